@@ -1,0 +1,132 @@
+// The engine's cost on the host's event thread: a range without a grid point (the common case,
+// hundreds of times a second), a range with one, and a whole bar of sixteenths with swing and
+// both controller lanes. The lock/unlock pair is the yardstick for the empty range.
+
+#include "midiplugs/midiseq/midiseqengine.h"
+#include "module/hostinterfaces.h"
+
+#include <benchmark/benchmark.h>
+
+#include <memory>
+
+namespace
+{
+// A track that only counts, so that the figures are the engine's own.
+class CountingTrack : public IHostMidiTrack
+{
+public:
+    tresult queryInterface(const TUID, void** obj) override
+    {
+        *obj = nullptr;
+        return kNoInterface;
+    }
+    uint32_t addRef() override { return 1; }
+    uint32_t release() override { return 1; }
+    HostMidiEvent* createEvent(uint8_t status, int32_t data1, int32_t data2, int32_t length) override
+    {
+        last = status + data1 + data2 + length;
+        return reinterpret_cast<HostMidiEvent*>(&last);
+    }
+    tresult releaseEvent(HostMidiEvent*) override { return kResultOk; }
+    tresult sendEvent(HostMidiEvent*) override
+    {
+        ++sent;
+        return kResultOk;
+    }
+    tresult forwardEvent(HostMidiEvent*) override { return kResultOk; }
+    tresult setEventTime(HostMidiEvent*, int32_t ticks) override
+    {
+        last += ticks;
+        return kResultOk;
+    }
+    int32_t eventStatus(HostMidiEvent*) override { return 0; }
+    int32_t eventData1(HostMidiEvent*) override { return 0; }
+    int32_t getChannel() override { return 2; }
+    tresult getGridInfo(int32_t, HostGridInfo* info) override
+    {
+        info->origin = 0;
+        return kResultOk;
+    }
+
+    int64_t sent = 0;
+    int32_t last = 0;
+};
+
+std::unique_ptr<PMidiSeqEngine> fullPattern(float swing)
+{
+    auto engine = std::make_unique<PMidiSeqEngine>();
+    PSeqPattern& p = engine->currentPatternData();
+    for (int32_t s = 0; s < kSeqStepCount; ++s)
+    {
+        p.setNote(s, 48 + s);
+        p.steps[s].controller1 = 1 + s;
+        p.steps[s].controller2 = 127 - s;
+        p.setTie(s, s % 4 == 3);
+    }
+    p.swing = swing;
+    return engine;
+}
+
+void BM_LockUnlockPair(benchmark::State& state)
+{
+    FLock lock;
+    for (auto _ : state)
+    {
+        lock.lock();
+        lock.unlock();
+    }
+}
+BENCHMARK(BM_LockUnlockPair);
+
+void BM_ProcessNoGridPoint(benchmark::State& state)
+{
+    auto engine = fullPattern(0.5f);
+    CountingTrack track;
+    engine->locate(120, &track);
+    for (auto _ : state)
+        engine->process(10, 110, &track); // the next point, 120, lies behind the range
+    benchmark::DoNotOptimize(track.sent);
+    if (track.sent != 0)
+        state.SkipWithError("a range without a grid point played something");
+}
+BENCHMARK(BM_ProcessNoGridPoint);
+
+void BM_ProcessOneGridPoint(benchmark::State& state)
+{
+    auto engine = fullPattern(0.0f);
+    CountingTrack track;
+    engine->locate(0, &track);
+    int32_t position = 0;
+    for (auto _ : state)
+    {
+        // Ranges of one step each, as a host with a block of a sixteenth would ask.
+        engine->process(position, position + 120, &track);
+        position += 120;
+        if (position >= 1 << 30)
+        {
+            position = 0;
+            engine->locate(0, &track);
+        }
+    }
+    state.SetItemsProcessed(track.sent);
+    state.counters["events_per_call"] = double(track.sent) / double(state.iterations());
+}
+BENCHMARK(BM_ProcessOneGridPoint);
+
+void BM_ProcessBarOfSixteenthsWithSwingAndControllers(benchmark::State& state)
+{
+    auto engine = fullPattern(0.6f);
+    CountingTrack track;
+    for (auto _ : state)
+    {
+        engine->locate(0, &track);
+        engine->process(0, 1920, &track);
+    }
+    // Each bar: 16 grid points, 12 notes (every fourth step is tied) and 32 controller events.
+    state.SetItemsProcessed(track.sent);
+    state.counters["events_per_bar"] = double(track.sent) / double(state.iterations());
+}
+BENCHMARK(BM_ProcessBarOfSixteenthsWithSwingAndControllers);
+} // namespace
+
+BENCHMARK_MAIN();

@@ -1,0 +1,23 @@
+#include "foundation/fuid.h"
+
+#include <cstring>
+#include <objbase.h>
+#include <windows.h>
+
+namespace FUIDPlatform
+{
+bool generate(uint8_t out[16])
+{
+    GUID guid;
+    if (CoCreateGuid(&guid) != S_OK)
+        return false;
+    static_assert(sizeof guid == 16, "GUID is 16 bytes");
+    std::memcpy(out, &guid, 16);
+    return true;
+}
+
+void debugOutput(const char* text)
+{
+    OutputDebugStringA(text);
+}
+} // namespace FUIDPlatform

@@ -1,4 +1,6 @@
 #include "module/hostinterfaces.h"
+#include "module/pluginfactory.h"
+#include "module/pluginterfaces.h"
 
 #include <gtest/gtest.h>
 
@@ -33,6 +35,18 @@ TEST(IdentifiersTest, HostInterfacesCarryTheirPublishedIdentifiers)
     EXPECT_EQ(braced(IHostStringValue::iid), "{96512EB9-2DE8-4960-B268-4A131CF7C5F8}");
     EXPECT_EQ(braced(IHostValueAutomation::iid), "{F9EAE1EF-6373-4416-8560-41B38BF8BB15}");
     EXPECT_EQ(braced(IHostValueStringList::iid), "{D96D547F-A0C4-4C71-B629-32490B911ACD}");
+
+    EXPECT_EQ(braced(IMidiEffect::iid), "{573C8B06-17BE-488E-B458-400CD3EE099E}");
+    EXPECT_EQ(braced(IPlugController::iid), "{0466B781-A086-11D5-BECC-00A0C9A636BC}");
+    EXPECT_EQ(braced(IGenericPlugController::iid), "{0466B782-A086-11D5-BECC-00A0C9A636BC}");
+    EXPECT_EQ(braced(IUIFactory::iid), "{0466B783-A086-11D5-BECC-00A0C9A636BC}");
+    EXPECT_EQ(braced(IUIFactory2::iid), "{4B99140E-67E4-4D4C-A93F-8F4FCEE79F70}");
+    EXPECT_EQ(braced(IViewBuilder::iid), "{53D29FE8-ED00-400B-9E6D-4DD80444B116}");
+    EXPECT_EQ(braced(IPersistentChunk::iid), "{7041A824-FC9A-488A-8F07-DAC05061E933}");
+    EXPECT_EQ(braced(IPluginFactory::iid), "{7A4D811C-5211-4A1F-AED9-D2EE0B43BF9F}");
+    EXPECT_EQ(braced(IPluginFactory2::iid), "{0007B650-F24B-4C0B-A464-EDB9F00B2ABB}");
+    EXPECT_EQ(braced(IPluginFactory3::iid), "{4555A2AB-C123-4E57-9B12-291036878931}");
+    EXPECT_EQ(braced(kMidiSeqClassId), "{440B3AB5-C89B-487E-B9AF-963A58BF332E}");
 
     // Our own identifiers must not collide with any of the above.
     EXPECT_NE(IHostContext::iid, IHostValueUnit::iid);

@@ -3,7 +3,7 @@
 // both controller lanes. The lock/unlock pair is the yardstick for the empty range.
 
 #include "midiplugs/midiseq/midiseqengine.h"
-#include "module/hostinterfaces.h"
+#include "tests/support/nulltrack.h"
 
 #include <benchmark/benchmark.h>
 
@@ -11,47 +11,6 @@
 
 namespace
 {
-// A track that only counts, so that the figures are the engine's own.
-class CountingTrack : public IHostMidiTrack
-{
-public:
-    tresult queryInterface(const TUID, void** obj) override
-    {
-        *obj = nullptr;
-        return kNoInterface;
-    }
-    uint32_t addRef() override { return 1; }
-    uint32_t release() override { return 1; }
-    HostMidiEvent* createEvent(uint8_t status, int32_t data1, int32_t data2, int32_t length) override
-    {
-        last = status + data1 + data2 + length;
-        return reinterpret_cast<HostMidiEvent*>(&last);
-    }
-    tresult releaseEvent(HostMidiEvent*) override { return kResultOk; }
-    tresult sendEvent(HostMidiEvent*) override
-    {
-        ++sent;
-        return kResultOk;
-    }
-    tresult forwardEvent(HostMidiEvent*) override { return kResultOk; }
-    tresult setEventTime(HostMidiEvent*, int32_t ticks) override
-    {
-        last += ticks;
-        return kResultOk;
-    }
-    int32_t eventStatus(HostMidiEvent*) override { return 0; }
-    int32_t eventData1(HostMidiEvent*) override { return 0; }
-    int32_t getChannel() override { return 2; }
-    tresult getGridInfo(int32_t, HostGridInfo* info) override
-    {
-        info->origin = 0;
-        return kResultOk;
-    }
-
-    int64_t sent = 0;
-    int32_t last = 0;
-};
-
 std::unique_ptr<PMidiSeqEngine> fullPattern(float swing)
 {
     auto engine = std::make_unique<PMidiSeqEngine>();
@@ -81,7 +40,7 @@ BENCHMARK(BM_LockUnlockPair);
 void BM_ProcessNoGridPoint(benchmark::State& state)
 {
     auto engine = fullPattern(0.5f);
-    CountingTrack track;
+    NullTrack track;
     engine->locate(120, &track);
     for (auto _ : state)
         engine->process(10, 110, &track); // the next point, 120, lies behind the range
@@ -94,7 +53,7 @@ BENCHMARK(BM_ProcessNoGridPoint);
 void BM_ProcessOneGridPoint(benchmark::State& state)
 {
     auto engine = fullPattern(0.0f);
-    CountingTrack track;
+    NullTrack track;
     engine->locate(0, &track);
     int32_t position = 0;
     for (auto _ : state)
@@ -116,7 +75,7 @@ BENCHMARK(BM_ProcessOneGridPoint);
 void BM_ProcessBarOfSixteenthsWithSwingAndControllers(benchmark::State& state)
 {
     auto engine = fullPattern(0.6f);
-    CountingTrack track;
+    NullTrack track;
     for (auto _ : state)
     {
         engine->locate(0, &track);

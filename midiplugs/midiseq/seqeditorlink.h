@@ -1,0 +1,24 @@
+#pragma once
+
+// What the effect asks of its editor: repaints after a change and the few questions about what
+// the editor shows. The sequencer view answers it; the effect holds it only while a view exists.
+
+#include <cstdint>
+
+class PSeqEditorLink
+{
+public:
+    virtual void redrawNotes() = 0;
+    virtual void redrawTies() = 0;
+    virtual void redrawBars() = 0;
+    // Scrolls the note grid so that the highest note of the pattern is in sight.
+    virtual void fitNotes() = 0;
+    virtual bool hasVisibleNotes() = 0;
+    // The lowest and highest note on screen.
+    virtual void visibleNotes(int32_t& lowNote, int32_t& highNote) = 0;
+    virtual void selectLane(int32_t lane) = 0;
+    virtual void toggleAbout() = 0;
+
+protected:
+    ~PSeqEditorLink() = default;
+};

@@ -1,0 +1,19 @@
+#pragma once
+
+// The three exports of a module file. The product built into the file adds its classes to the
+// factory through addModuleClasses, which it defines.
+
+#include "module/cpluginfactory.h"
+
+#if defined(_WIN32)
+#define TREMOLIN_EXPORT extern "C" __declspec(dllexport)
+#else
+#define TREMOLIN_EXPORT extern "C" __attribute__((visibility("default")))
+#endif
+
+TREMOLIN_EXPORT IPluginFactory* GetPluginFactory();
+TREMOLIN_EXPORT bool InitDll();
+TREMOLIN_EXPORT bool ExitDll();
+
+// Called once for each new factory.
+void addModuleClasses(CPluginFactory& factory);

@@ -1,0 +1,556 @@
+// The module as a host sees it: Tremolin.so loaded from its file through the stand-in host's
+// loader, never linked in, and driven only through its interfaces.
+
+#include "host/hostcontext.h"
+#include "host/hostvalue.h"
+#include "host/moduleloader.h"
+#include "module/pluginfactory.h"
+#include "module/pluginterfaces.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#ifndef TREMOLIN_MODULE_PATH
+#error "the tests need the path of the built module"
+#endif
+
+using namespace hostkit;
+
+namespace
+{
+const char* const kNames[18] = {"Length",        "Quantize",         "Swing",   "Pattern Select", "Shift Octave Up",
+                                "Shift Octave Down", "Shift Time Left", "Shift Time Right", "Reverse",
+                                "Param Select",  "Config",           "Randomize", "Clear",   "Copy",
+                                "Paste",         "About",            "Controller1", "Controller2"};
+
+std::string scratchSettings(const char* name)
+{
+    const auto path = std::filesystem::temp_directory_path() /
+                      ("tremolin-effect-test-" + std::to_string(::getpid()) + "-" + name + ".settings");
+    std::filesystem::remove(path);
+    return path.string();
+}
+
+template <class T> T* face(FUnknown* object)
+{
+    void* out = nullptr;
+    return object->queryInterface(T::iid, &out) == kResultOk ? static_cast<T*>(out) : nullptr;
+}
+
+// One loaded module, one effect and its host.
+class LoadedEffect
+{
+public:
+    explicit LoadedEffect(HostOptions options = {}, bool init = true)
+    {
+        if (options.settingsPath.empty())
+            options.settingsPath = scratchSettings("default");
+        std::string error;
+        module = PluginModule::load(TREMOLIN_MODULE_PATH, error);
+        EXPECT_TRUE(module) << error;
+        host = new HostContext(options);
+        effect = module->instantiate(kMidiSeqClassId, error);
+        EXPECT_TRUE(effect) << error;
+        if (init)
+            EXPECT_TRUE(module->initialize(effect, host, error)) << error;
+        controller = face<IGenericPlugController>(effect);
+        chunk = face<IPersistentChunk>(effect);
+    }
+    ~LoadedEffect()
+    {
+        if (controller)
+            controller->release();
+        if (chunk)
+            chunk->release();
+        module->unload();
+        host->unbindValues();
+        host->release();
+    }
+
+    HostValue* value(const char* name)
+    {
+        IHostValue* found = nullptr;
+        controller->findValue(name, &found);
+        return static_cast<HostValue*>(found);
+    }
+    std::vector<uint8_t> getChunk()
+    {
+        std::vector<uint8_t> bytes(156140);
+        int32_t size = 0;
+        EXPECT_EQ(chunk->getChunk(bytes.data(), &size), kResultOk);
+        return bytes;
+    }
+    int32_t field(const std::vector<uint8_t>& b, size_t offset)
+    {
+        return int32_t(uint32_t(b[offset]) << 24 | uint32_t(b[offset + 1]) << 16 | uint32_t(b[offset + 2]) << 8 |
+                       uint32_t(b[offset + 3]));
+    }
+    // A field of the current pattern as the chunk shows it.
+    int32_t patternField(int32_t pattern, size_t offset) { return field(getChunk(), 8 + 780 * size_t(pattern) + offset); }
+    void noteOn(int32_t note, int32_t velocity = 100)
+    {
+        HostMidiEvent* event = host->track().makeIncoming(0x90, note, velocity, 0);
+        effect->processEvent(event);
+        host->track().releaseEvent(event);
+    }
+
+    std::unique_ptr<PluginModule> module;
+    HostContext* host = nullptr;
+    IMidiEffect* effect = nullptr;
+    IGenericPlugController* controller = nullptr;
+    IPersistentChunk* chunk = nullptr;
+};
+
+TEST(EffectModuleTest, FactoryRecordsAreExactToTheByte)
+{
+    LoadedEffect loaded({}, false);
+    IPluginFactory* factory = loaded.module->factory();
+    PFactoryRecord record;
+    std::memset(&record, 0xCC, sizeof record);
+    ASSERT_EQ(factory->getFactoryRecord(&record), kResultOk);
+    EXPECT_STREQ(record.vendor, "Tarnwick Media Works");
+    EXPECT_EQ(record.flags, 16);
+    for (size_t i = std::strlen(record.vendor); i < sizeof record.vendor; ++i)
+        ASSERT_EQ(record.vendor[i], 0) << "fields are zero-filled";
+    EXPECT_EQ(std::string(record.email).rfind("mailto:", 0), 0u);
+
+    ASSERT_EQ(factory->getClassCount(), 1);
+    PClassRecord cls;
+    ASSERT_EQ(factory->getClassRecord(0, &cls), kResultOk);
+    const uint8_t id[16] = {0xB5, 0x3A, 0x0B, 0x44, 0x9B, 0xC8, 0x7E, 0x48,
+                            0xB9, 0xAF, 0x96, 0x3A, 0x58, 0xBF, 0x33, 0x2E};
+    EXPECT_EQ(0, std::memcmp(cls.classId, id, 16));
+    EXPECT_EQ(cls.cardinality, 0x7FFFFFFF);
+    EXPECT_STREQ(cls.category, "Midi Module Class");
+    EXPECT_STREQ(cls.name, "Tremolin");
+    EXPECT_EQ(factory->getClassRecord(1, &cls), kInvalidArgument);
+    EXPECT_EQ(factory->getClassRecord(0, nullptr), kInvalidArgument);
+
+    auto* factory3 = face<IPluginFactory3>(factory);
+    ASSERT_TRUE(factory3);
+    PClassRecord2 two;
+    std::memset(&two, 0xCC, sizeof two);
+    ASSERT_EQ(factory3->getClassRecord2(0, &two), kResultOk);
+    EXPECT_EQ(0, std::memcmp(&two, &cls, sizeof cls));
+    EXPECT_EQ(two.classFlags, 0u);
+    for (size_t i = 0; i < sizeof two.vendor; ++i)
+        ASSERT_EQ(two.vendor[i] | two.version[i] | two.sdkVersion[i] | two.subCategories[i], 0);
+    PClassRecordW wide;
+    ASSERT_EQ(factory3->getClassRecordW(0, &wide), kResultOk);
+    EXPECT_EQ(std::u16string(wide.name), u"Tremolin");
+    EXPECT_EQ(0, std::memcmp(wide.classId, id, 16));
+    EXPECT_EQ(factory3->getClassRecordW(-1, &wide), kInvalidArgument);
+
+    // Unknown class, and the right class with an unknown face: no object survives either.
+    void* out = &record;
+    const FUID unknown(0x12345678, 0, 0, 1);
+    EXPECT_EQ(factory->instantiate(unknown, IMidiEffect::iid, &out), kNoInterface);
+    EXPECT_EQ(out, nullptr);
+    out = &record;
+    EXPECT_EQ(factory->instantiate(kMidiSeqClassId, unknown, &out), kNoInterface);
+    EXPECT_EQ(out, nullptr);
+    factory3->release();
+}
+
+TEST(EffectModuleTest, EveryFaceSharesOneReferenceCount)
+{
+    LoadedEffect loaded({}, false);
+    IMidiEffect* effect = loaded.effect;
+    // The loader's reference plus the two faces the fixture holds.
+    const uint32_t base = effect->addRef() - 1;
+    effect->release();
+
+    void* out = nullptr;
+    ASSERT_EQ(effect->queryInterface(FUnknown::iid, &out), kResultOk);
+    EXPECT_EQ(out, static_cast<void*>(effect));
+    EXPECT_EQ(effect->addRef(), base + 2);
+    effect->release();
+    effect->release();
+
+    const FUID faces[] = {IMidiEffect::iid,       IPlugController::iid, IGenericPlugController::iid,
+                          IUIFactory::iid,        IUIFactory2::iid,     IViewBuilder::iid,
+                          IPersistentChunk::iid};
+    for (const FUID& iid : faces)
+    {
+        out = nullptr;
+        ASSERT_EQ(effect->queryInterface(iid, &out), kResultOk) << bracedText(iid);
+        auto* unknown = static_cast<FUnknown*>(out);
+        // FUnknown from any face leads back to the effect face.
+        void* root = nullptr;
+        ASSERT_EQ(unknown->queryInterface(FUnknown::iid, &root), kResultOk);
+        EXPECT_EQ(root, static_cast<void*>(effect));
+        EXPECT_EQ(unknown->release(), base + 1);
+        EXPECT_EQ(effect->release(), base);
+    }
+    // The controller and factory faces: one face each for both generations.
+    void* first = nullptr;
+    void* second = nullptr;
+    effect->queryInterface(IPlugController::iid, &first);
+    effect->queryInterface(IGenericPlugController::iid, &second);
+    EXPECT_EQ(first, second);
+    static_cast<FUnknown*>(first)->release();
+    static_cast<FUnknown*>(second)->release();
+
+    out = effect;
+    EXPECT_EQ(effect->queryInterface(FUID(1, 2, 3, 4), &out), kNoInterface);
+    EXPECT_EQ(out, nullptr);
+    EXPECT_EQ(effect->addRef(), base + 1);
+    effect->release();
+
+    PEffectCapabilities caps{};
+    EXPECT_EQ(effect->getCapabilities(&caps), kResultOk);
+    EXPECT_EQ(caps.capabilities, 1);
+}
+
+TEST(EffectModuleTest, DeclaresEighteenParametersWithTheirKindsRangesAndDefaults)
+{
+    LoadedEffect loaded;
+    EXPECT_EQ(loaded.controller->getValueCount(), 4);
+    char name[64];
+    ASSERT_EQ(loaded.controller->getValueName(17, name), kResultOk); // behind the count, still there
+    EXPECT_STREQ(name, "Controller2");
+    EXPECT_EQ(loaded.controller->getValueName(18, name), kResultFalse);
+    IHostValue* none = loaded.value("Length");
+    EXPECT_EQ(loaded.controller->findValue("length", &none), kResultFalse);
+    EXPECT_EQ(none, nullptr);
+
+    for (int32_t tag = 0; tag < 18; ++tag)
+    {
+        HostValue* v = loaded.value(kNames[tag]);
+        ASSERT_TRUE(v) << kNames[tag];
+        EXPECT_EQ(v->getTag(), tag);
+        IHostValue* byIndex = nullptr;
+        ASSERT_EQ(loaded.controller->getValueAt(tag, &byIndex), kResultOk);
+        EXPECT_EQ(byIndex, v);
+    }
+    HostValue* length = loaded.value("Length");
+    EXPECT_EQ(length->kind(), HostValue::Kind::Int);
+    EXPECT_EQ(length->minInt(), 1);
+    EXPECT_EQ(length->getMaxInt(), 32);
+    EXPECT_EQ(length->getInt(), 16);
+    EXPECT_EQ(loaded.value("Swing")->getMaxInt(), 100);
+    EXPECT_EQ(loaded.value("Pattern Select")->minInt(), 1);
+    EXPECT_EQ(loaded.value("Pattern Select")->getMaxInt(), 200);
+    EXPECT_EQ(loaded.value("Pattern Select")->getInt(), 1);
+
+    HostValue* quantize = loaded.value("Quantize");
+    EXPECT_EQ(quantize->kind(), HostValue::Kind::List);
+    ASSERT_EQ(quantize->entries().size(), 11u);
+    EXPECT_EQ(quantize->entries()[2], u"1/4T");
+    EXPECT_EQ(quantize->getInt(), 5);
+    EXPECT_EQ(quantize->displayText(), u"1/16");
+
+    HostValue* lanes = loaded.value("Param Select");
+    ASSERT_EQ(lanes->entries().size(), 4u);
+    EXPECT_EQ(lanes->entries()[0], u"Velocity");
+    // The two controller lanes carry the names of the chosen controllers.
+    EXPECT_EQ(lanes->entries()[2], loaded.value("Controller1")->displayText());
+    EXPECT_EQ(lanes->entries()[3], loaded.value("Controller2")->displayText());
+    EXPECT_EQ(loaded.value("Controller1")->kind(), HostValue::Kind::Controller);
+    EXPECT_EQ(loaded.value("Controller1")->getInt(), 71);
+    EXPECT_EQ(loaded.value("Controller2")->getInt(), 74);
+
+    for (int32_t tag = 4; tag <= 15; ++tag)
+        if (tag != 9)
+        {
+            EXPECT_EQ(loaded.value(kNames[tag])->kind(), HostValue::Kind::Bool) << kNames[tag];
+            EXPECT_EQ(loaded.value(kNames[tag])->getInt(), 0);
+        }
+}
+
+TEST(EffectModuleTest, AHostWithoutItsOwnControllerListGetsPlainRanges)
+{
+    HostOptions options;
+    options.offerControllerValues = false;
+    LoadedEffect loaded(options);
+    HostValue* controller = loaded.value("Controller1");
+    ASSERT_TRUE(controller);
+    EXPECT_EQ(controller->kind(), HostValue::Kind::Int);
+    EXPECT_EQ(controller->minInt(), 1);
+    EXPECT_EQ(controller->getMaxInt(), 127);
+    EXPECT_EQ(controller->getInt(), 71);
+    EXPECT_EQ(loaded.value("Param Select")->entries()[2], controller->displayText());
+}
+
+TEST(EffectModuleTest, ParametersDriveThePatternAndTriggersActOnlyWhenSet)
+{
+    LoadedEffect loaded;
+    HostMidiTrack& track = loaded.host->track();
+    loaded.value("Length")->setInt(4);
+    EXPECT_EQ(loaded.patternField(0, 768), 4);
+    loaded.value("Quantize")->setInt(3);
+    EXPECT_EQ(loaded.patternField(0, 772), 240);
+    loaded.value("Swing")->setInt(53);
+    EXPECT_EQ(loaded.patternField(0, 776), 52); // the float cut of the stored percentage
+
+    // Randomize without an editor draws from the whole note range, within the length only.
+    loaded.value("Randomize")->setInt(1);
+    const std::vector<uint8_t> after = loaded.getChunk();
+    for (int32_t s = 0; s < 4; ++s)
+    {
+        const int32_t note = loaded.field(after, 8 + 24 * size_t(s));
+        EXPECT_GE(note, 24);
+        EXPECT_LE(note, 108);
+    }
+    EXPECT_EQ(loaded.field(after, 8 + 24 * 4), -1);
+    const int32_t first = loaded.field(after, 8);
+
+    // Going back to 0 does nothing; a trigger acts again only when set.
+    loaded.value("Randomize")->setInt(0);
+    loaded.value("Shift Octave Up")->setInt(1);
+    loaded.value("Shift Octave Up")->setInt(0);
+    const int32_t up = first + 12 > 108 ? first + 12 - 84 : first + 12;
+    EXPECT_EQ(loaded.patternField(0, 0), up);
+    loaded.value("Shift Octave Down")->setInt(1);
+    EXPECT_EQ(loaded.patternField(0, 0), first);
+
+    loaded.value("Shift Time Right")->setInt(1);
+    EXPECT_EQ(loaded.patternField(0, 24), first);
+    loaded.value("Shift Time Left")->setInt(1);
+    EXPECT_EQ(loaded.patternField(0, 0), first);
+    loaded.value("Reverse")->setInt(1);
+    EXPECT_EQ(loaded.patternField(0, 72), first);
+    loaded.value("Clear")->setInt(1);
+    EXPECT_EQ(loaded.patternField(0, 72), -1);
+
+    // Copy pattern 1, paste into pattern 2: the header comes along and the parameters show it.
+    loaded.value("Randomize")->setInt(0);
+    loaded.value("Randomize")->setInt(1);
+    loaded.value("Copy")->setInt(1);
+    loaded.value("Pattern Select")->setInt(2);
+    EXPECT_EQ(loaded.value("Length")->getInt(), 16);
+    loaded.value("Paste")->setInt(1);
+    EXPECT_EQ(loaded.value("Length")->getInt(), 4);
+    EXPECT_EQ(loaded.value("Quantize")->getInt(), 3);
+    EXPECT_EQ(loaded.value("Swing")->getInt(), 52);
+    EXPECT_EQ(loaded.patternField(1, 0), loaded.patternField(0, 0));
+
+    // The transport plays the current pattern: four steps of an eighth, swung.
+    track.clearEvents();
+    loaded.effect->reposition(0);
+    loaded.effect->processRange(0, 960);
+    std::vector<TrackEvent> notes;
+    for (const TrackEvent& e : track.events())
+        if (e.isNoteOn())
+            notes.push_back(e);
+    ASSERT_EQ(notes.size(), 4u);
+    EXPECT_EQ(notes[0].time, 0);
+    EXPECT_EQ(notes[2].time, 480);
+    EXPECT_GT(notes[1].time, 240);
+    EXPECT_EQ(track.faults(), 0);
+
+    // Controller1 and Controller2 changes never reach the effect directly.
+    loaded.value("Controller1")->setInt(10);
+    loaded.value("Pattern Select")->setInt(1);
+    loaded.value("Clear")->setInt(1);
+    loaded.value("Clear")->setInt(0);
+    track.clearEvents();
+    std::vector<uint8_t> bytes = loaded.getChunk();
+    bytes[8 + 12 + 3] = 5; // controller 1 of step 0
+    ASSERT_EQ(loaded.chunk->setChunk(bytes.data(), int32_t(bytes.size())), kResultOk);
+    loaded.effect->reposition(0);
+    loaded.effect->processRange(0, 120);
+    ASSERT_EQ(track.events().size(), 1u);
+    EXPECT_EQ(track.events()[0].data1, 71);
+}
+
+TEST(EffectModuleTest, IncomingNoteOnsSelectPatternsAndAreSwallowed)
+{
+    LoadedEffect loaded;
+    HostValue* select = loaded.value("Pattern Select");
+    loaded.noteOn(35);
+    EXPECT_EQ(select->getInt(), 1);
+    loaded.value("Length")->setInt(8);
+    loaded.noteOn(37);
+    EXPECT_EQ(select->getInt(), 2);
+    EXPECT_EQ(loaded.value("Length")->getInt(), 16); // the refresh shows pattern 2
+    loaded.noteOn(36);
+    EXPECT_EQ(select->getInt(), 1);
+    EXPECT_EQ(loaded.value("Length")->getInt(), 8);
+    loaded.noteOn(127);
+    EXPECT_EQ(select->getInt(), 92);
+    loaded.noteOn(60, 0); // velocity 0 is a note-on like any other
+    EXPECT_EQ(select->getInt(), 25);
+
+    HostMidiEvent* off = loaded.host->track().makeIncoming(0x80, 40, 0, 0);
+    EXPECT_EQ(loaded.effect->processEvent(off), kResultOk);
+    loaded.host->track().releaseEvent(off);
+    HostMidiEvent* cc = loaded.host->track().makeIncoming(0xB0, 40, 5, 0);
+    loaded.effect->processEvent(cc);
+    loaded.host->track().releaseEvent(cc);
+    EXPECT_EQ(select->getInt(), 25);
+    EXPECT_TRUE(loaded.host->track().events().empty()) << "nothing is passed on";
+    EXPECT_EQ(loaded.patternField(0, 768), 8);
+    EXPECT_EQ(loaded.field(loaded.getChunk(), 156008), 24);
+}
+
+TEST(EffectModuleTest, ControllerSetupKeepsTheNumbersOnlyWhenAccepted)
+{
+    const std::string settings = scratchSettings("setup");
+    {
+        HostOptions options;
+        options.settingsPath = settings;
+        LoadedEffect loaded(options);
+        // Refused: the values may move, the stored numbers don't.
+        loaded.host->dialogs().setScript({{{"Controller1", 1}, {"Controller2", 7}}, false});
+        loaded.value("Config")->setInt(1);
+        loaded.value("Config")->setInt(0);
+        ASSERT_EQ(loaded.host->dialogs().runs().size(), 1u);
+        EXPECT_EQ(loaded.host->dialogs().runs()[0].templateName, "Controller Setup");
+        EXPECT_FALSE(loaded.host->dialogs().runs()[0].accepted);
+        loaded.value("Length")->setInt(16);
+        std::vector<uint8_t> bytes = loaded.getChunk();
+        bytes[8 + 12 + 3] = 9;
+        loaded.chunk->setChunk(bytes.data(), int32_t(bytes.size()));
+        loaded.host->track().clearEvents();
+        loaded.effect->reposition(0);
+        loaded.effect->processRange(0, 120);
+        ASSERT_EQ(loaded.host->track().events().size(), 1u);
+        EXPECT_EQ(loaded.host->track().events()[0].data1, 71);
+
+        // Accepted: the lanes use the new controllers and show their names.
+        loaded.host->dialogs().setScript({{{"Controller1", 1}, {"Controller2", 7}}, true});
+        loaded.value("Config")->setInt(1);
+        loaded.host->track().clearEvents();
+        loaded.effect->reposition(0);
+        loaded.effect->processRange(0, 120);
+        ASSERT_EQ(loaded.host->track().events().size(), 1u);
+        EXPECT_EQ(loaded.host->track().events()[0].data1, 1);
+        EXPECT_EQ(loaded.value("Param Select")->entries()[2], loaded.value("Controller1")->displayText());
+        EXPECT_EQ(loaded.value("Param Select")->entries()[3], loaded.value("Controller2")->displayText());
+    }
+    // A new effect in a new run of the module finds them in the host's settings.
+    {
+        HostOptions options;
+        options.settingsPath = settings;
+        LoadedEffect again(options);
+        EXPECT_EQ(again.value("Controller1")->getInt(), 1);
+        EXPECT_EQ(again.value("Controller2")->getInt(), 7);
+    }
+    std::filesystem::remove(settings);
+}
+
+TEST(EffectModuleTest, ChunksRoundTripThroughTheModuleAndRefreshTheParameters)
+{
+    LoadedEffect source;
+    int32_t size = 0;
+    EXPECT_EQ(source.chunk->getChunk(nullptr, &size), kResultOk);
+    EXPECT_EQ(size, 156140);
+    uint8_t classId[16];
+    source.chunk->getClassId(classId);
+    EXPECT_TRUE(kMidiSeqClassId.equals(classId));
+
+    source.value("Pattern Select")->setInt(7);
+    source.value("Length")->setInt(12);
+    source.value("Swing")->setInt(59);
+    source.value("Randomize")->setInt(1);
+    const std::vector<uint8_t> saved = source.getChunk();
+
+    LoadedEffect target;
+    ASSERT_EQ(target.chunk->setChunk(saved.data(), int32_t(saved.size())), kResultOk);
+    EXPECT_EQ(target.value("Pattern Select")->getInt(), 7);
+    EXPECT_EQ(target.value("Length")->getInt(), 12);
+    EXPECT_EQ(target.value("Swing")->getInt(), 58);
+    EXPECT_EQ(target.getChunk(), saved);
+
+    // Same pattern already selected: the refresh still brings the values into agreement.
+    std::vector<uint8_t> changed = saved;
+    changed[8 + 780 * 6 + 768 + 3] = 3; // length of pattern 7
+    ASSERT_EQ(target.chunk->setChunk(changed.data(), int32_t(changed.size())), kResultOk);
+    EXPECT_EQ(target.value("Length")->getInt(), 3);
+
+    EXPECT_EQ(target.chunk->setChunk(saved.data(), 156139), kResultFalse);
+    EXPECT_EQ(target.chunk->setChunk(nullptr, 156140), kResultFalse);
+    EXPECT_EQ(target.value("Length")->getInt(), 3);
+}
+
+TEST(EffectModuleTest, TemplatesAndResourcesComeFromTheModuleFile)
+{
+    LoadedEffect loaded;
+    auto* ui = face<IUIFactory2>(loaded.effect);
+    ASSERT_TRUE(ui);
+    char outName[64] = "untouched";
+    int32_t size = -1;
+    EXPECT_EQ(ui->getTemplate("other", outName, nullptr, &size), kResultFalse);
+    EXPECT_STREQ(outName, "untouched");
+    EXPECT_EQ(size, -1);
+    ASSERT_EQ(ui->getTemplate("editor", outName, nullptr, &size), kResultOk);
+    EXPECT_STREQ(outName, "Tremolin");
+    EXPECT_EQ(size, 3201);
+    std::string text(size_t(size), '\0');
+    ASSERT_EQ(ui->getTemplate("editor", nullptr, text.data(), &size), kResultOk);
+    EXPECT_EQ(text.find("<template name=\"Controller Setup\">") != std::string::npos, true);
+    EXPECT_EQ(text.find("\r\n"), text.find('\n') - 1);
+
+    EXPECT_EQ(ui->getResource("2", nullptr, &size), kResultOk);
+    EXPECT_EQ(size, 290);
+    EXPECT_EQ(ui->getResource("no number", nullptr, &size), kResultFalse);
+    EXPECT_EQ(ui->getResource("-1", nullptr, &size), kResultFalse);
+    EXPECT_EQ(ui->getResource("204", nullptr, &size), kResultFalse);
+
+    auto* builder = face<IViewBuilder>(loaded.effect);
+    IPlugView* view = reinterpret_cast<IPlugView*>(&size);
+    const PViewRect rect{36, 44, 639, 274};
+    EXPECT_EQ(builder->createView("Somewhere", &rect, &view), kResultFalse);
+    EXPECT_EQ(view, nullptr);
+    builder->release();
+    ui->release();
+}
+
+// A context that withholds some of its faces, as a smaller host would.
+class PartialContext : public IHostContext
+{
+public:
+    PartialContext(HostContext* inner, std::vector<FUID> refused) : inner(inner), refused(std::move(refused)) {}
+    tresult queryInterface(const TUID iid, void** obj) override
+    {
+        for (const FUID& id : refused)
+            if (id.equals(iid))
+            {
+                *obj = nullptr;
+                return kNoInterface;
+            }
+        if (IHostContext::iid.equals(iid) || FUnknown::iid.equals(iid))
+        {
+            addRef();
+            *obj = static_cast<IHostContext*>(this);
+            return kResultOk;
+        }
+        return inner->queryInterface(iid, obj);
+    }
+    uint32_t addRef() override { return ++references; }
+    uint32_t release() override { return --references; }
+
+    HostContext* inner;
+    std::vector<FUID> refused;
+    uint32_t references = 1;
+};
+
+TEST(EffectModuleTest, InitializeCopesWithHostsThatLackOptionalInterfaces)
+{
+    // Without a plug site and a track the effect still starts, and stays quiet.
+    {
+        LoadedEffect loaded({}, false);
+        PartialContext partial(loaded.host, {IHostPlugSite::iid, IHostMidiTrack::iid});
+        std::string error;
+        ASSERT_TRUE(loaded.module->initialize(loaded.effect, &partial, error)) << error;
+        EXPECT_EQ(loaded.effect->processRange(0, 480), kResultOk);
+        loaded.module->unload();
+        EXPECT_EQ(partial.references, 1u) << "every reference given back at terminate";
+    }
+    // Without an object factory it refuses to start.
+    {
+        LoadedEffect loaded({}, false);
+        PartialContext partial(loaded.host, {IHostObjectFactory::iid});
+        EXPECT_EQ(loaded.effect->initialize(&partial), kInvalidArgument);
+        EXPECT_EQ(loaded.effect->initialize(nullptr), kInvalidArgument);
+        loaded.effect->terminate();
+    }
+}
+} // namespace

@@ -7,6 +7,7 @@
 #include "plugbase/pvaluecontainer.h"
 
 #include <atomic>
+#include <bit>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -475,6 +476,78 @@ tresult PMidiSeq::getClassId(uint8_t* classId)
     return kResultOk;
 }
 
+// A pattern in the chunk: 32 steps of six big-endian 32-bit fields, then length, quantize and
+// the swing as a whole percentage. The patterns are laid out straight in the host's buffer, the
+// stream only steps over them: this keeps saving a project within a few copies of its bytes.
+namespace
+{
+constexpr size_t kPatternBytes = 780;
+static_assert(sizeof(PSeqStep) * kSeqStepCount + 12 == kPatternBytes, "the chunk's pattern is the record");
+
+// A native word turned into the word whose bytes in memory are its big-endian form; the same
+// call turns such a word back.
+uint32_t bigEndianWord(uint32_t value)
+{
+    if constexpr (std::endian::native == std::endian::little)
+        return __builtin_bswap32(value);
+    else
+        return value;
+}
+
+void putBigEndian(uint8_t* at, uint32_t value)
+{
+    const uint32_t word = bigEndianWord(value);
+    std::memcpy(at, &word, 4);
+}
+
+uint32_t bigEndianAt(const uint8_t* at)
+{
+    return uint32_t(at[0]) << 24 | uint32_t(at[1]) << 16 | uint32_t(at[2]) << 8 | uint32_t(at[3]);
+}
+
+void writePattern(const PSeqPattern& pattern, uint8_t* out)
+{
+    // The steps are six 32-bit fields each, floats included, in chunk order.
+    const auto* fields = reinterpret_cast<const uint8_t*>(pattern.steps);
+    for (size_t i = 0; i < kSeqStepCount * 6; ++i)
+    {
+        uint32_t word;
+        std::memcpy(&word, fields + 4 * i, 4);
+        word = bigEndianWord(word);
+        std::memcpy(out + 4 * i, &word, 4);
+    }
+    putBigEndian(out + 768, uint32_t(pattern.length));
+    putBigEndian(out + 772, uint32_t(pattern.quantize));
+    const float swing = std::atomic_ref<float>(const_cast<float&>(pattern.swing)).load(std::memory_order_relaxed);
+    putBigEndian(out + 776, uint32_t(swingPercent(swing)));
+}
+
+void readPattern(const uint8_t* in, PSeqPattern& pattern)
+{
+    auto* fields = reinterpret_cast<uint8_t*>(pattern.steps);
+    for (size_t i = 0; i < kSeqStepCount * 6; ++i)
+    {
+        uint32_t word;
+        std::memcpy(&word, in + 4 * i, 4);
+        word = bigEndianWord(word);
+        std::memcpy(fields + 4 * i, &word, 4);
+    }
+    pattern.length = int32_t(bigEndianAt(in + 768));
+    pattern.quantize = int32_t(bigEndianAt(in + 772));
+    const int32_t percent = int32_t(bigEndianAt(in + 776));
+    std::atomic_ref<float>(pattern.swing)
+        .store(static_cast<float>(static_cast<float>(percent) / 100.0), std::memory_order_relaxed);
+    // A project from elsewhere may hold values the player cannot work with; bring them back into
+    // range rather than let them divide by zero or index outside a pattern.
+    if (pattern.length < 1)
+        pattern.length = 1;
+    else if (pattern.length > kSeqStepCount)
+        pattern.length = kSeqStepCount;
+    if (pattern.quantize <= 0)
+        pattern.quantize = kSeqDefaultQuantize;
+}
+} // namespace
+
 tresult PMidiSeq::getChunk(void* data, int32_t* size)
 {
     if (size)
@@ -488,22 +561,10 @@ tresult PMidiSeq::getChunk(void* data, int32_t* size)
     {
         // The player may be running; a consistent picture is worth the short wait.
         FLockGuard guard(engine.lock());
+        auto* patterns = static_cast<uint8_t*>(data) + stream.tell();
         for (int32_t p = 0; p < kSeqPatternCount; ++p)
-        {
-            PSeqPattern& pattern = engine.pattern(p);
-            for (const PSeqStep& step : pattern.steps)
-            {
-                stream.writeInt32(step.note);
-                stream.writeInt32(step.velocity);
-                stream.writeFloat(step.gate);
-                stream.writeInt32(step.controller1);
-                stream.writeInt32(step.controller2);
-                stream.writeInt32(step.tie);
-            }
-            stream.writeInt32(pattern.length);
-            stream.writeInt32(pattern.quantize);
-            stream.writeInt32(swingPercent(std::atomic_ref<float>(pattern.swing).load(std::memory_order_relaxed)));
-        }
+            writePattern(engine.pattern(p), patterns + kPatternBytes * size_t(p));
+        stream.seek(int64_t(kPatternBytes) * kSeqPatternCount, 1);
     }
     stream.writeInt32(engine.currentPatternIndex());
     const uint8_t reserved[128] = {};
@@ -528,33 +589,11 @@ tresult PMidiSeq::setChunk(const void* data, int32_t size)
     int32_t current = 0;
     {
         FLockGuard guard(engine.lock());
+        // The size was checked above, so every pattern finds its bytes.
+        const auto* patterns = static_cast<const uint8_t*>(data) + stream.tell();
         for (int32_t p = 0; p < kSeqPatternCount; ++p)
-        {
-            PSeqPattern& pattern = engine.pattern(p);
-            for (PSeqStep& step : pattern.steps)
-            {
-                stream.readInt32(step.note);
-                stream.readInt32(step.velocity);
-                stream.readFloat(step.gate);
-                stream.readInt32(step.controller1);
-                stream.readInt32(step.controller2);
-                stream.readInt32(step.tie);
-            }
-            stream.readInt32(pattern.length);
-            stream.readInt32(pattern.quantize);
-            int32_t percent = 0;
-            stream.readInt32(percent);
-            std::atomic_ref<float>(pattern.swing).store(static_cast<float>(static_cast<float>(percent) / 100.0),
-                                                      std::memory_order_relaxed);
-            // A project from elsewhere may hold values the player cannot work with; bring them
-            // back into range rather than let them divide by zero or index outside a pattern.
-            if (pattern.length < 1)
-                pattern.length = 1;
-            else if (pattern.length > kSeqStepCount)
-                pattern.length = kSeqStepCount;
-            if (pattern.quantize <= 0)
-                pattern.quantize = kSeqDefaultQuantize;
-        }
+            readPattern(patterns + kPatternBytes * size_t(p), engine.pattern(p));
+        stream.seek(int64_t(kPatternBytes) * kSeqPatternCount, 1);
         stream.readInt32(current);
     }
     current = current < 0 ? 0 : (current >= kSeqPatternCount ? kSeqPatternCount - 1 : current);

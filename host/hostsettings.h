@@ -1,0 +1,72 @@
+#pragma once
+
+// The host's settings store: sections of keys with integer, floating-point and text values, kept
+// in a plain text file that outlives the process. Every write reads the file, changes the one
+// key and replaces the file through a temporary one, so that several settings objects on one
+// file (one module's initialize and its terminate, two modules) never undo each other's keys.
+//
+// The file, UTF-8:
+//
+//     # tremolin-host settings
+//     [Tremolin]
+//     Controller1 = 71
+//     Level = 0.75
+//     Title = "Bass \"A\"\n"
+//
+// Texts are quoted with \" \\ \n \r \t escapes; numbers are written so that they read back
+// exactly.
+
+#include "module/hostinterfaces.h"
+
+#include <atomic>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace hostkit
+{
+class HostSettings final : public IHostStringSettings
+{
+public:
+    // `path` is the settings file; empty means a store that keeps nothing.
+    explicit HostSettings(std::string path);
+
+    // $XDG_CONFIG_HOME/tremolin-host/settings, else ~/.config/tremolin-host/settings
+    // (%APPDATA%\tremolin-host\settings on Windows); empty if the system has no such folder.
+    static std::string defaultPath();
+
+    tresult queryInterface(const TUID iid, void** obj) override;
+    uint32_t addRef() override;
+    uint32_t release() override;
+
+    tresult writeInt(const char* section, const char* key, int32_t value) override;
+    bool readInt(const char* section, const char* key, int32_t* value) override;
+    tresult writeFloat(const char* section, const char* key, double value) override;
+    bool readFloat(const char* section, const char* key, double* value) override;
+    tresult writeString(const char* section, const char* key, const char16_t* text) override;
+    bool readString(const char* section, const char* key, char16_t* text, int32_t size) override;
+
+    const std::string& path() const { return file; }
+    // Why the last write failed, as a sentence without the final period.
+    std::string lastError() const { return error; }
+
+private:
+    ~HostSettings() = default;
+
+    struct Section
+    {
+        std::string name;
+        std::vector<std::pair<std::string, std::string>> entries; // key, value as written
+    };
+
+    // The raw value of the key; false if the file or the key is missing.
+    bool lookUp(const char* section, const char* key, std::string& raw);
+    tresult store(const char* section, const char* key, const std::string& raw);
+    bool load(std::vector<Section>& sections);
+    bool save(const std::vector<Section>& sections);
+
+    const std::string file;
+    std::string error;
+    std::atomic<uint32_t> references{1};
+};
+} // namespace hostkit

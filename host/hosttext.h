@@ -1,0 +1,29 @@
+#pragma once
+
+// Text conversions the host needs at its edges: the module speaks 8-bit names and 16-bit display
+// texts, files are UTF-8, and the translation table comes in windows-1252.
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace hostkit
+{
+std::u16string utf8ToUtf16(std::string_view text);
+std::string utf16ToUtf8(std::u16string_view text);
+// Bytes of the windows-1252 code page as 16-bit text.
+std::u16string cp1252ToUtf16(std::string_view bytes);
+
+// Copies `text` into a module's buffer of `capacity` characters, always terminated.
+void copyToBuffer(std::u16string_view text, char16_t* buffer, int32_t capacity);
+std::u16string fromBuffer(const char16_t* text);
+
+// Whole-text number parsing: no sign or digit may be left over, nothing may be missing.
+std::optional<int64_t> parseInteger(std::string_view text);
+std::optional<double> parseDouble(std::string_view text);
+// The shortest decimal text that reads back as exactly this value; NaN and infinities as
+// "nan", "inf" and "-inf".
+std::string formatFloat(float value);
+std::string formatDouble(double value);
+} // namespace hostkit

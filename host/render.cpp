@@ -1,0 +1,140 @@
+#include "host/render.h"
+
+#include "host/hostcontext.h"
+#include "host/moduleloader.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace hostkit
+{
+namespace
+{
+// Holds the one reference of a counted object of the host's for a scope.
+template <class T> struct Counted
+{
+    T* object;
+    ~Counted()
+    {
+        if (object)
+            object->release();
+    }
+};
+
+template <class T> T* queryFace(FUnknown* object)
+{
+    void* face = nullptr;
+    if (!object || object->queryInterface(T::iid, &face) != kResultOk)
+        return nullptr;
+    return static_cast<T*>(face);
+}
+
+// Everything between loading and unloading; the caller unloads whatever happens here.
+bool play(PluginModule& module, HostContext& context, const RenderOptions& options, RenderResult& result,
+          std::string& error)
+{
+    HostMidiTrack& track = context.track();
+    IMidiEffect* effect = module.instantiate(kMidiSeqClassId, error);
+    if (!effect || !module.initialize(effect, static_cast<IHostContext*>(&context), error))
+        return false;
+
+    {
+        Counted<IPersistentChunk> chunk{queryFace<IPersistentChunk>(effect)};
+        if (!chunk.object)
+        {
+            error = "The module's effect can't take a project: it has no state chunk.";
+            return false;
+        }
+        const std::vector<uint8_t> bytes = encodeChunk(options.project);
+        if (chunk.object->setChunk(bytes.data(), static_cast<int32_t>(bytes.size())) != kResultOk)
+        {
+            error = "The module refused the project's chunk.";
+            return false;
+        }
+    }
+
+    if (options.pattern != 0)
+    {
+        Counted<IPlugController> controller{queryFace<IPlugController>(effect)};
+        IHostValue* select = nullptr;
+        if (!controller.object || controller.object->findValue("Pattern Select", &select) != kResultOk || !select)
+        {
+            error = "The module's effect has no \"Pattern Select\" parameter.";
+            return false;
+        }
+        select->setInt(options.pattern);
+    }
+
+    effect->reposition(0);
+
+    std::vector<PatternSwitch> switches = options.switches;
+    std::stable_sort(switches.begin(), switches.end(),
+                     [](const PatternSwitch& a, const PatternSwitch& b) { return a.bar < b.bar; });
+    const int64_t total = static_cast<int64_t>(options.bars) * kTicksPerBar;
+    if (total > INT32_MAX)
+    {
+        error = "That many bars run past the host's tick range.";
+        return false;
+    }
+    const int32_t block = blockTicks(options.tempo);
+    const auto channelBits = static_cast<uint8_t>(options.channel < 0 ? 0 : (options.channel & 0x0F));
+    size_t next = 0;
+    int32_t position = 0;
+    while (position < total)
+    {
+        // Switches due now go in before the block that starts here.
+        while (next < switches.size() && static_cast<int64_t>(switches[next].bar - 1) * kTicksPerBar <= position)
+        {
+            HostMidiEvent* noteOn = track.makeIncoming(static_cast<uint8_t>(0x90 | channelBits),
+                                                      switches[next].note, 100, position);
+            effect->processEvent(noteOn);
+            track.releaseEvent(noteOn);
+            ++next;
+        }
+        int64_t end = std::min<int64_t>(static_cast<int64_t>(position) + block, total);
+        if (next < switches.size())
+            end = std::min<int64_t>(end, static_cast<int64_t>(switches[next].bar - 1) * kTicksPerBar);
+        effect->processRange(position, static_cast<int32_t>(end));
+        position = static_cast<int32_t>(end);
+    }
+
+    result.events = track.events();
+    return true;
+}
+} // namespace
+
+int32_t blockTicks(double tempo)
+{
+    const double ticks =
+        static_cast<double>(kBlockSamples) / static_cast<double>(kSampleRate) * (tempo / 60.0) * static_cast<double>(kTicksPerQuarter);
+    return ticks >= 1.0 ? static_cast<int32_t>(std::floor(std::min(ticks, 1e9))) : 1;
+}
+
+bool renderProject(const RenderOptions& options, RenderResult& result, std::string& error)
+{
+    result = RenderResult{};
+    if (options.bars < 1 || options.bars > 100000)
+    {
+        error = "The number of bars must lie between 1 and 100000.";
+        return false;
+    }
+    std::unique_ptr<PluginModule> module = PluginModule::load(options.modulePath, error);
+    if (!module)
+        return false;
+
+    HostOptions hostOptions;
+    hostOptions.settingsPath = options.settingsPath;
+    auto* context = new HostContext(hostOptions);
+    context->track().setChannel(options.channel);
+    context->track().setTicksPerBar(kTicksPerBar);
+    context->track().setGridOrigin(HostMidiTrack::GridOrigin::BarStart);
+
+    const bool played = play(*module, *context, options, result, error);
+    // The effect gives its references to the context back in terminate, so the module goes first.
+    module->unload();
+    result.trackFaults = context->track().faults() + context->track().eventsAlive();
+    context->release();
+    return played;
+}
+
+} // namespace hostkit

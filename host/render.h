@@ -1,0 +1,55 @@
+#pragma once
+
+// Plays a project through a module the way a host's transport does, and keeps what it sent:
+// load the module, make and initialize the effect, hand it the project's chunk, optionally select
+// a pattern, reposition to 0, then play the bars in host-sized blocks of ticks, with pattern
+// switches as incoming note-ons at the start of their bars.
+
+#include "host/hostmiditrack.h"
+#include "host/projectfile.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace hostkit
+{
+enum : int32_t
+{
+    kTicksPerQuarter = 480,
+    kTicksPerBar = 4 * kTicksPerQuarter,
+    kBlockSamples = 512,
+    kSampleRate = 44100,
+};
+
+struct PatternSwitch
+{
+    int32_t bar = 1; // counted from 1
+    int32_t note = 36;
+};
+
+struct RenderOptions
+{
+    std::string modulePath;
+    Project project;
+    int32_t bars = 4;
+    double tempo = 120.0;
+    int32_t pattern = 0;  // 1..200 through "Pattern Select", 0 to leave the project's own
+    int32_t channel = -1; // 0..15, or negative for a track without a channel
+    std::vector<PatternSwitch> switches;
+    std::string settingsPath; // empty: the user's settings file
+};
+
+struct RenderResult
+{
+    std::vector<TrackEvent> events; // in the order the module sent them
+    int32_t trackFaults = 0;        // events the module misused
+};
+
+// The ticks of one block of 512 samples at 44.1 kHz at this tempo; at least 1.
+int32_t blockTicks(double tempo);
+
+// False with one sentence in `error` if the module can't be loaded, refuses the chunk or lacks
+// what rendering needs.
+bool renderProject(const RenderOptions& options, RenderResult& result, std::string& error);
+} // namespace hostkit

@@ -1,0 +1,297 @@
+// tremolin-host: the stand-in host. It loads the module file as a host does and gives users
+// commands to play a project into a MIDI file and to keep projects as chunks or as text.
+
+#include "host/midicontrollers.h"
+#include "host/hosttext.h"
+#include "host/midifile.h"
+#include "host/moduleloader.h"
+#include "host/platform/hostplatform.h"
+#include "host/projectfile.h"
+#include "host/render.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+using namespace hostkit;
+
+namespace
+{
+const char* const kUsage =
+    "usage:\n"
+    "  tremolin-host render [--module FILE] [--project FILE] [--out FILE.mid] [--bars N]\n"
+    "                       [--tempo BPM] [--pattern N] [--channel N] [--switch BAR:NOTE ...]\n"
+    "                       [--settings FILE] [--print]\n"
+    "      plays the project (default: the demo) through the module and writes a MIDI file;\n"
+    "      --switch sends a note-on at the start of a bar (counted from 1), which selects a\n"
+    "      pattern as on a keyboard: C1 (36) the first, C#1 the second, ...\n"
+    "  tremolin-host project export CHUNKFILE TEXTFILE\n"
+    "  tremolin-host project import TEXTFILE CHUNKFILE\n"
+    "      converts a project between the module's chunk and the text form\n"
+    "  tremolin-host info [--module FILE]\n"
+    "      shows the module's factory and classes\n";
+
+// Thrown for a command line that can't be followed; main prints it with the usage.
+struct UsageError
+{
+    std::string message;
+};
+
+int fail(const std::string& message)
+{
+    std::fprintf(stderr, "tremolin-host: %s\n", message.c_str());
+    return 1;
+}
+
+std::string folderOf(const std::string& path)
+{
+    const size_t slash = path.find_last_of("/\\");
+    return slash == std::string::npos ? std::string(".") : path.substr(0, slash);
+}
+
+// The module built with this program (build/<preset>/midiplugs/midiseq/ beside
+// build/<preset>/host/), or one installed beside it.
+std::string defaultModule()
+{
+    const std::string exe = platform::executablePath();
+    if (exe.empty())
+        return {};
+    const std::string folder = folderOf(exe);
+    const std::string name = platform::moduleFileName();
+    for (const std::string& candidate : {folder + "/../midiplugs/midiseq/" + name, folder + "/" + name})
+        if (platform::fileExists(candidate))
+            return candidate;
+    return {};
+}
+
+std::string defaultProject()
+{
+    std::vector<std::string> candidates;
+    const std::string exe = platform::executablePath();
+    if (!exe.empty())
+    {
+        const std::string folder = folderOf(exe);
+        for (const char* up : {"/../../..", "/../..", "/.."})
+            candidates.push_back(folder + up + "/examples/demo.tremolin");
+    }
+#ifdef TREMOLIN_SOURCE_DIR
+    candidates.push_back(std::string(TREMOLIN_SOURCE_DIR) + "/examples/demo.tremolin");
+#endif
+    for (const std::string& candidate : candidates)
+        if (platform::fileExists(candidate))
+            return candidate;
+    return {};
+}
+
+int64_t integerArgument(const std::string& option, const std::string& text, int64_t low, int64_t high)
+{
+    const auto value = parseInteger(text);
+    if (!value || *value < low || *value > high)
+        throw UsageError{option + " takes a whole number from " + std::to_string(low) + " to " +
+                         std::to_string(high) + ", not '" + text + "'"};
+    return *value;
+}
+
+PatternSwitch switchArgument(const std::string& text, int32_t bars)
+{
+    const size_t colon = text.find(':');
+    if (colon == std::string::npos)
+        throw UsageError{"--switch takes BAR:NOTE, such as 5:C#1 or 5:37, not '" + text + "'"};
+    PatternSwitch change;
+    change.bar = static_cast<int32_t>(integerArgument("the bar of --switch", text.substr(0, colon), 1, bars));
+    const std::string note = text.substr(colon + 1);
+    if (!parseNoteName(note, change.note))
+        change.note = static_cast<int32_t>(integerArgument("the note of --switch", note, 0, 127));
+    if (change.note < 0 || change.note > 127)
+        throw UsageError{"the note of --switch must lie between C-2 (0) and G8 (127), not '" + note + "'"};
+    return change;
+}
+
+std::string position(int32_t tick)
+{
+    char text[48];
+    const int32_t bar = tick / kTicksPerBar + 1;
+    const int32_t beat = tick % kTicksPerBar / kTicksPerQuarter + 1;
+    std::snprintf(text, sizeof text, "%d.%d.%03d", bar, beat, tick % kTicksPerQuarter);
+    return text;
+}
+
+void printEvents(const std::vector<TrackEvent>& events)
+{
+    std::vector<TrackEvent> sorted = events;
+    std::stable_sort(sorted.begin(), sorted.end(),
+                     [](const TrackEvent& a, const TrackEvent& b) { return a.time < b.time; });
+    std::printf("%8s  %-9s  %s\n", "tick", "bar", "event");
+    for (const TrackEvent& event : sorted)
+    {
+        std::string what;
+        if (event.isNoteOn())
+            what = "note " + noteText(event.data1) + " (" + std::to_string(event.data1) + ")  velocity " +
+                   std::to_string(event.data2) + "  length " + std::to_string(event.length);
+        else if (event.isController())
+        {
+            std::u16string name = midiControllerName(event.data1);
+            std::string narrow(name.begin(), name.end()); // the names are ASCII
+            what = "controller " + std::to_string(event.data1) + " (" + narrow + ")  value " +
+                   std::to_string(event.data2);
+        }
+        else
+            what = "status " + std::to_string(event.status) + "  " + std::to_string(event.data1) + " " +
+                   std::to_string(event.data2);
+        std::printf("%8d  %-9s  %s  channel %d\n", event.time, position(event.time).c_str(), what.c_str(),
+                    event.channel() + 1);
+    }
+}
+
+int render(const std::vector<std::string>& args)
+{
+    RenderOptions options;
+    std::string modulePath, projectPath, outPath;
+    bool print = false;
+    std::vector<std::string> switchTexts;
+    for (size_t i = 0; i < args.size(); ++i)
+    {
+        const std::string& option = args[i];
+        const auto value = [&]() -> const std::string& {
+            if (i + 1 >= args.size())
+                throw UsageError{option + " needs a value"};
+            return args[++i];
+        };
+        if (option == "--module")
+            modulePath = value();
+        else if (option == "--project")
+            projectPath = value();
+        else if (option == "--out")
+            outPath = value();
+        else if (option == "--settings")
+            options.settingsPath = value();
+        else if (option == "--bars")
+            options.bars = static_cast<int32_t>(integerArgument(option, value(), 1, 10000));
+        else if (option == "--pattern")
+            options.pattern = static_cast<int32_t>(integerArgument(option, value(), 1, kProjectPatternCount));
+        else if (option == "--channel")
+            options.channel = static_cast<int32_t>(integerArgument(option, value(), 1, 16)) - 1;
+        else if (option == "--tempo")
+        {
+            const std::string text = value();
+            const auto tempo = parseDouble(text);
+            if (!tempo || !(*tempo >= 20.0 && *tempo <= 999.0))
+                throw UsageError{"--tempo takes beats per minute from 20 to 999, not '" + text + "'"};
+            options.tempo = *tempo;
+        }
+        else if (option == "--switch")
+        {
+            switchTexts.push_back(value());
+            while (i + 1 < args.size() && args[i + 1].rfind("--", 0) != 0)
+                switchTexts.push_back(args[++i]);
+        }
+        else if (option == "--print")
+            print = true;
+        else
+            throw UsageError{"render does not know '" + option + "'"};
+    }
+    for (const std::string& text : switchTexts)
+        options.switches.push_back(switchArgument(text, options.bars));
+    if (outPath.empty() && !print)
+        throw UsageError{"render needs --out FILE.mid, --print, or both"};
+
+    options.modulePath = modulePath.empty() ? defaultModule() : modulePath;
+    if (options.modulePath.empty())
+        return fail("No module file was found beside the program; give one with --module FILE.");
+    if (projectPath.empty())
+        projectPath = defaultProject();
+    if (projectPath.empty())
+        return fail("The demo project examples/demo.tremolin was not found; give a project with --project FILE.");
+
+    std::string error;
+    if (!loadProjectFile(projectPath, options.project, error))
+        return fail(error);
+    RenderResult result;
+    if (!renderProject(options, result, error))
+        return fail(error);
+    if (result.trackFaults > 0)
+        std::fprintf(stderr, "tremolin-host: warning: the module misused %d track events.\n", result.trackFaults);
+
+    if (print)
+        printEvents(result.events);
+    if (!outPath.empty())
+    {
+        const std::vector<uint8_t> file = writeMidiFile(midiTimeline(result.events), options.tempo);
+        std::string reason;
+        if (!platform::replaceFile(outPath, file.data(), file.size(), reason))
+            return fail("Can't write '" + outPath + "': " + reason + ".");
+        const auto notes = std::count_if(result.events.begin(), result.events.end(),
+                                         [](const TrackEvent& e) { return e.isNoteOn(); });
+        std::printf("Wrote %s: %d bars at %g BPM, %zu notes, %zu controller events.\n", outPath.c_str(),
+                    options.bars, options.tempo, static_cast<size_t>(notes),
+                    result.events.size() - static_cast<size_t>(notes));
+    }
+    return 0;
+}
+
+int project(const std::vector<std::string>& args)
+{
+    if (args.size() != 3 || (args[0] != "export" && args[0] != "import"))
+        throw UsageError{"project takes 'export CHUNKFILE TEXTFILE' or 'import TEXTFILE CHUNKFILE'"};
+    // Either form is read by its content, so export also tidies a text and import takes a chunk.
+    Project loaded;
+    std::string error;
+    if (!loadProjectFile(args[1], loaded, error))
+        return fail(error);
+    if (!saveProjectFile(args[2], loaded, args[0] == "export", error))
+        return fail(error);
+    return 0;
+}
+
+int info(const std::vector<std::string>& args)
+{
+    std::string path;
+    if (args.size() == 2 && args[0] == "--module")
+        path = args[1];
+    else if (!args.empty())
+        throw UsageError{"info takes only --module FILE"};
+    if (path.empty())
+        path = defaultModule();
+    if (path.empty())
+        return fail("No module file was found beside the program; give one with --module FILE.");
+    std::string error;
+    std::unique_ptr<PluginModule> module = PluginModule::load(path, error);
+    if (!module)
+        return fail(error);
+    const PFactoryRecord& record = module->factoryRecord();
+    std::printf("module   %s\nvendor   %.64s\nweb      %.256s\nmail     %.128s\nflags    %d\n", path.c_str(),
+                record.vendor, record.url, record.email, record.flags);
+    for (const ModuleClass& entry : module->classes())
+        std::printf("class    %s  \"%s\"  category \"%s\"  cardinality %d\n", bracedText(entry.id).c_str(),
+                    entry.name.c_str(), entry.category.c_str(), entry.cardinality);
+    return 0;
+}
+} // namespace
+
+int main(int argc, char** argv)
+{
+    std::vector<std::string> args(argv + 1, argv + argc);
+    if (args.empty() || args[0] == "help" || args[0] == "--help" || args[0] == "-h")
+    {
+        std::fputs(kUsage, args.empty() ? stderr : stdout);
+        return args.empty() ? 2 : 0;
+    }
+    const std::string command = args[0];
+    args.erase(args.begin());
+    try
+    {
+        if (command == "render")
+            return render(args);
+        if (command == "project")
+            return project(args);
+        if (command == "info")
+            return info(args);
+        throw UsageError{"there is no command '" + command + "'"};
+    }
+    catch (const UsageError& usage)
+    {
+        std::fprintf(stderr, "tremolin-host: %s.\n%s", usage.message.c_str(), kUsage);
+        return 2;
+    }
+}

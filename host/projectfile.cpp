@@ -150,7 +150,12 @@ std::vector<std::string_view> splitWords(std::string_view line)
 
 std::string quoted(std::string_view word)
 {
-    return "'" + std::string(word) + "'";
+    std::string out;
+    out.reserve(word.size() + 2);
+    out.push_back('\'');
+    out.append(word);
+    out.push_back('\'');
+    return out;
 }
 } // namespace
 

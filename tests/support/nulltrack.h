@@ -19,7 +19,7 @@ public:
     uint32_t release() override { return 1; }
     HostMidiEvent* createEvent(uint8_t status, int32_t data1, int32_t data2, int32_t length) override
     {
-        checksum += status + data1 + data2 + length;
+        checksum += uint32_t(status) + uint32_t(data1) + uint32_t(data2) + uint32_t(length);
         return reinterpret_cast<HostMidiEvent*>(&checksum);
     }
     tresult releaseEvent(HostMidiEvent*) override { return kResultOk; }
@@ -31,7 +31,7 @@ public:
     tresult forwardEvent(HostMidiEvent*) override { return kResultOk; }
     tresult setEventTime(HostMidiEvent*, int32_t ticks) override
     {
-        checksum += ticks;
+        checksum += uint32_t(ticks);
         return kResultOk;
     }
     int32_t eventStatus(HostMidiEvent*) override { return 0; }

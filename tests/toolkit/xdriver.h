@@ -1,0 +1,32 @@
+#pragma once
+
+// Drives a real X server for the window tests, on a connection of its own, as a user and a host
+// would: top-level windows for the frame to live in, the pointer and its buttons through the
+// server's test extension, and pixels read back from the screen.
+
+#include "toolkit/cbase.h"
+
+#include <cstdint>
+
+namespace xdriver
+{
+using Plexel::CRect;
+using Plexel::PlatformHandle;
+
+// False when no server can be reached through DISPLAY.
+bool connect();
+// A mapped top-level window at (x, y) of the root; it waits until the server shows it.
+PlatformHandle createTopWindow(int x, int y, int width, int height);
+void destroyWindow(PlatformHandle window);
+// The window's rectangle in its parent's coordinates.
+CRect geometry(PlatformHandle window);
+// The first child window of a window, or null.
+PlatformHandle firstChild(PlatformHandle window);
+// Moves the pointer to a point of the root window.
+void movePointer(int x, int y);
+// Presses or releases a button: 1 left, 2 middle, 3 right, 4 and 5 the wheel.
+void button(unsigned int number, bool press);
+// The colour of a pixel of a window on screen, as 0xRRGGBB.
+uint32_t pixel(PlatformHandle window, int x, int y);
+
+} // namespace xdriver

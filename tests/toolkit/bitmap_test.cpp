@@ -283,3 +283,31 @@ TEST_F(BitmapTest, TheDrawingSystemRunsWhileAFrameOrBitmapNeedsIt)
     EXPECT_EQ(drawingSystemStarts(), starts + 2);
     again->release();
 }
+
+TEST_F(BitmapTest, AViewTreeRendersToAPngFileThatLoadsBackAsTheSamePicture)
+{
+    CFrame frame(CRect(0, 0, 30, 20), nullptr, nullptr);
+    frame.setBackgroundColor(kColorWhite);
+    frame.addView(new PaintView(CRect(10, 5, 20, 15), kColorBlue));
+    auto path = std::filesystem::temp_directory_path() / "toolkit-render-test.png";
+    ASSERT_TRUE(renderToPng(&frame, path.c_str()));
+    EXPECT_FALSE(renderToPng(nullptr, path.c_str()));
+    EXPECT_FALSE(renderToPng(&frame, "/nonexistent-folder/x.png"));
+    std::ifstream in(path, std::ios::binary);
+    resources[{kResourceTypeData, 9}] = Bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    std::filesystem::remove(path);
+    auto* loaded = new CBitmap(CResourceDescription(9));
+    ASSERT_EQ(loaded->width(), 30);
+    ASSERT_EQ(loaded->height(), 20);
+    EXPECT_EQ(loaded->pixel(15, 10), kColorBlue);
+    EXPECT_EQ(loaded->pixel(9, 10), kColorWhite);
+    EXPECT_EQ(loaded->pixel(20, 15), kColorWhite);
+    loaded->release();
+
+    // A child renders alone, moved to the picture's origin.
+    CBitmap* child = renderToBitmap(frame.childAt(0));
+    EXPECT_EQ(child->width(), 10);
+    EXPECT_EQ(child->pixel(0, 0), kColorBlue);
+    EXPECT_EQ(child->pixel(9, 9), kColorBlue);
+    child->release();
+}

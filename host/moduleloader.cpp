@@ -175,11 +175,13 @@ void PluginModule::unload()
         if (entry.initialized)
             entry.effect->terminate();
     for (Effect& entry : effects)
-        entry.effect->release();
+        if (entry.effect->release() != 0)
+            stillReferenced = true;
     effects.clear();
     if (pluginFactory)
     {
-        pluginFactory->release();
+        if (pluginFactory->release() != 0)
+            stillReferenced = true;
         pluginFactory = nullptr;
     }
     if (exitDll)
@@ -189,7 +191,13 @@ void PluginModule::unload()
     }
     if (library)
     {
-        platform::closeLibrary(library);
+        // An object of the module that someone still holds keeps its code: closing the library
+        // under it would turn its next call into a jump to nowhere. The library then stays
+        // mapped until the process ends.
+        if (stillReferenced)
+            platform::abandonLibrary(library);
+        else
+            platform::closeLibrary(library);
         library = nullptr;
     }
 }

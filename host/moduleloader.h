@@ -53,8 +53,12 @@ public:
     bool initialize(IMidiEffect* effect, IHostContext* context, std::string& error);
     // Terminates (if initialized) and releases one effect made by instantiate.
     void destroy(IMidiEffect* effect);
-    // Everything in reverse; the module can't be used afterwards. Runs at destruction too.
+    // Everything in reverse; the module can't be used afterwards. Runs at destruction too. If an
+    // effect or the factory is still referenced after the loader's own release, the library is
+    // left open so that those references stay callable.
     void unload();
+    // True after an unload that had to leave the library open.
+    bool leftOpen() const { return stillReferenced; }
 
 private:
     PluginModule() = default;
@@ -72,6 +76,7 @@ private:
     PFactoryRecord record{};
     std::vector<ModuleClass> classList;
     std::vector<Effect> effects;
+    bool stillReferenced = false;
 };
 
 // The braced text form of an identifier, for messages.

@@ -18,6 +18,8 @@ struct Library;
 Library* openLibrary(const std::string& path, std::string& error);
 void* findSymbol(Library* library, const char* name);
 void closeLibrary(Library* library);
+// Lets go of the handle but leaves the library loaded for the rest of the process.
+void abandonLibrary(Library* library);
 // "Tremolin.so" or "Tremolin.dll".
 const char* moduleFileName();
 

@@ -52,6 +52,11 @@ void closeLibrary(Library* library)
     delete library;
 }
 
+void abandonLibrary(Library* library)
+{
+    delete library;
+}
+
 const char* moduleFileName()
 {
     return "Tremolin.so";

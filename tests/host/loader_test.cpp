@@ -53,6 +53,28 @@ TEST(ModuleLoader, LoadsReadsInstantiatesAndUnloadsInOrder)
     module->unload(); // a second time does nothing
     EXPECT_EQ(log.text(), "InitDll\nfactory\ninitialize\nreleased\nterminate\nreleased\nfactory-released\n"
                           "ExitDll\nunloaded\n");
+    EXPECT_FALSE(module->leftOpen());
+    context->release();
+}
+
+TEST(ModuleLoader, KeepsTheLibraryWhileSomeoneStillHoldsAnEffect)
+{
+    hosttest::TempFolder folder;
+    FakeLog log(folder);
+    std::string error;
+    auto module = PluginModule::load(fake(1), error);
+    ASSERT_TRUE(module) << error;
+    auto* context = new HostContext(HostOptions{folder.file("settings")});
+    IMidiEffect* effect = module->instantiate(kMidiSeqClassId, error);
+    ASSERT_TRUE(module->initialize(effect, context, error)) << error;
+    void* chunk = nullptr;
+    ASSERT_EQ(effect->queryInterface(IPersistentChunk::iid, &chunk), kResultOk);
+    module->unload();
+    EXPECT_TRUE(module->leftOpen());
+    EXPECT_EQ(log.text(), "InitDll\nfactory\ninitialize\nterminate\nfactory-released\nExitDll\n");
+    // The code behind the held face is still there to run.
+    EXPECT_EQ(static_cast<IPersistentChunk*>(chunk)->release(), 0u);
+    EXPECT_EQ(log.text(), "InitDll\nfactory\ninitialize\nterminate\nfactory-released\nExitDll\nreleased\n");
     context->release();
 }
 

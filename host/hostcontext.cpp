@@ -26,8 +26,7 @@ HostContext::~HostContext()
 
 tresult HostContext::queryInterface(const TUID iid, void** obj)
 {
-    if (!obj)
-        return kInvalidArgument;
+    if (!obj) return kInvalidArgument;
     if (FUnknown::iid.equals(iid) || IHostContext::iid.equals(iid))
         *obj = static_cast<IHostContext*>(this);
     else if (IHostPlugSite::iid.equals(iid))
@@ -53,8 +52,7 @@ uint32_t HostContext::addRef()
 uint32_t HostContext::release()
 {
     const uint32_t left = references.fetch_sub(1) - 1;
-    if (left == 0)
-        delete this;
+    if (left == 0) delete this;
     return left;
 }
 
@@ -66,8 +64,7 @@ tresult HostContext::hostIdle()
 
 tresult HostContext::createObject(const TUID id, void** obj)
 {
-    if (!obj)
-        return kInvalidArgument;
+    if (!obj) return kInvalidArgument;
     *obj = nullptr;
     if (IHostSettings::iid.equals(id) || IHostStringSettings::iid.equals(id))
     {
@@ -85,8 +82,7 @@ tresult HostContext::createObject(const TUID id, void** obj)
         *obj = static_cast<IHostTemplateDialog*>(new TemplateDialog(board, templates, options.language));
         return kResultOk;
     }
-    if (IHostControllerValue::iid.equals(id) && !options.offerControllerValues)
-        return kNoInterface;
+    if (IHostControllerValue::iid.equals(id) && !options.offerControllerValues) return kNoInterface;
     if (HostValue* value = HostValue::create(id))
     {
         value->addRef();

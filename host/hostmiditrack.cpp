@@ -12,8 +12,7 @@ HostMidiTrack::~HostMidiTrack()
 
 tresult HostMidiTrack::queryInterface(const TUID iid, void** obj)
 {
-    if (!obj)
-        return kInvalidArgument;
+    if (!obj) return kInvalidArgument;
     if (FUnknown::iid.equals(iid) || IHostMidiTrack::iid.equals(iid))
     {
         addRef();
@@ -32,8 +31,7 @@ uint32_t HostMidiTrack::addRef()
 uint32_t HostMidiTrack::release()
 {
     const uint32_t left = references.fetch_sub(1) - 1;
-    if (left == 0)
-        delete this;
+    if (left == 0) delete this;
     return left;
 }
 
@@ -91,8 +89,7 @@ tresult HostMidiTrack::forwardEvent(HostMidiEvent* event)
         ++faultCount;
         return kInvalidArgument;
     }
-    if (!forwarding)
-        return kResultFalse;
+    if (!forwarding) return kResultFalse;
     output.push_back({event->status, event->data1, event->data2, event->length, event->time, true});
     return kResultOk;
 }
@@ -139,8 +136,7 @@ int32_t HostMidiTrack::getChannel()
 
 tresult HostMidiTrack::getGridInfo(int32_t tick, HostGridInfo* info)
 {
-    if (!info)
-        return kInvalidArgument;
+    if (!info) return kInvalidArgument;
     *info = HostGridInfo{};
     int32_t start = 0;
     const int32_t bar = ticksPerBar;
@@ -148,8 +144,7 @@ tresult HostMidiTrack::getGridInfo(int32_t tick, HostGridInfo* info)
     {
         // The bar that holds the tick, also before 0: the origin never lies after the tick.
         int64_t index = tick / bar;
-        if (tick % bar < 0)
-            --index;
+        if (tick % bar < 0) --index;
         start = static_cast<int32_t>(index * bar);
         info->hostFields[0] = static_cast<int32_t>(index); // bar number from 0
     }

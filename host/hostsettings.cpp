@@ -28,14 +28,11 @@ std::string trim(std::string_view text)
 // Names must survive the file's syntax unchanged.
 bool usableName(const char* name, bool isSection)
 {
-    if (!name || !name[0])
-        return false;
+    if (!name || !name[0]) return false;
     const std::string text(name);
-    if (trim(text) != text || text[0] == '#' || text[0] == '[')
-        return false;
+    if (trim(text) != text || text[0] == '#' || text[0] == '[') return false;
     for (char c : text)
-        if (c == '\n' || c == '\r' || (isSection ? c == ']' : c == '='))
-            return false;
+        if (c == '\n' || c == '\r' || (isSection ? c == ']' : c == '=')) return false;
     return true;
 }
 
@@ -71,8 +68,7 @@ std::string quote(const std::string& text)
 // A quoted value without its quotes and escapes; anything else as it stands.
 std::string unquote(const std::string& raw)
 {
-    if (raw.size() < 2 || raw.front() != '"' || raw.back() != '"')
-        return raw;
+    if (raw.size() < 2 || raw.front() != '"' || raw.back() != '"') return raw;
     std::string out;
     for (size_t i = 1; i + 1 < raw.size(); ++i)
     {
@@ -104,8 +100,7 @@ std::string HostSettings::defaultPath()
 
 tresult HostSettings::queryInterface(const TUID iid, void** obj)
 {
-    if (!obj)
-        return kInvalidArgument;
+    if (!obj) return kInvalidArgument;
     if (FUnknown::iid.equals(iid) || IHostSettings::iid.equals(iid) || IHostStringSettings::iid.equals(iid))
     {
         addRef();
@@ -124,16 +119,14 @@ uint32_t HostSettings::addRef()
 uint32_t HostSettings::release()
 {
     const uint32_t left = references.fetch_sub(1) - 1;
-    if (left == 0)
-        delete this;
+    if (left == 0) delete this;
     return left;
 }
 
 bool HostSettings::load(std::vector<Section>& sections)
 {
     sections.clear();
-    if (file.empty() || !platform::fileExists(file))
-        return true; // nothing stored yet
+    if (file.empty() || !platform::fileExists(file)) return true; // nothing stored yet
     std::vector<uint8_t> bytes;
     std::string reason;
     if (!platform::readFile(file, bytes, reason))
@@ -146,12 +139,10 @@ bool HostSettings::load(std::vector<Section>& sections)
     while (start <= text.size())
     {
         size_t end = text.find('\n', start);
-        if (end == std::string::npos)
-            end = text.size();
+        if (end == std::string::npos) end = text.size();
         const std::string line = trim(std::string_view(text).substr(start, end - start));
         start = end + 1;
-        if (line.empty() || line[0] == '#')
-            continue;
+        if (line.empty() || line[0] == '#') continue;
         if (line.front() == '[' && line.back() == ']')
         {
             sections.push_back({line.substr(1, line.size() - 2), {}});
@@ -186,12 +177,10 @@ bool HostSettings::save(const std::vector<Section>& sections)
 
 bool HostSettings::lookUp(const char* section, const char* key, std::string& raw)
 {
-    if (!section || !key)
-        return false;
+    if (!section || !key) return false;
     std::lock_guard<std::mutex> guard(fileLock);
     std::vector<Section> sections;
-    if (!load(sections))
-        return false;
+    if (!load(sections)) return false;
     for (const Section& s : sections)
         if (s.name == section)
             for (const auto& [name, value] : s.entries)
@@ -205,8 +194,7 @@ bool HostSettings::lookUp(const char* section, const char* key, std::string& raw
 
 tresult HostSettings::store(const char* section, const char* key, const std::string& raw)
 {
-    if (!usableName(section, true) || !usableName(key, false))
-        return kInvalidArgument;
+    if (!usableName(section, true) || !usableName(key, false)) return kInvalidArgument;
     if (file.empty())
     {
         error = "there is no folder for settings";
@@ -214,12 +202,10 @@ tresult HostSettings::store(const char* section, const char* key, const std::str
     }
     std::lock_guard<std::mutex> guard(fileLock);
     std::vector<Section> sections;
-    if (!load(sections))
-        return kInternalError;
+    if (!load(sections)) return kInternalError;
     Section* target = nullptr;
     for (Section& s : sections)
-        if (s.name == section)
-            target = &s;
+        if (s.name == section) target = &s;
     if (!target)
     {
         sections.push_back({section, {}});
@@ -232,8 +218,7 @@ tresult HostSettings::store(const char* section, const char* key, const std::str
             value = raw;
             replaced = true;
         }
-    if (!replaced)
-        target->entries.emplace_back(key, raw);
+    if (!replaced) target->entries.emplace_back(key, raw);
     return save(sections) ? kResultOk : kInternalError;
 }
 
@@ -245,11 +230,9 @@ tresult HostSettings::writeInt(const char* section, const char* key, int32_t val
 bool HostSettings::readInt(const char* section, const char* key, int32_t* value)
 {
     std::string raw;
-    if (!value || !lookUp(section, key, raw))
-        return false;
+    if (!value || !lookUp(section, key, raw)) return false;
     const auto number = parseInteger(unquote(raw));
-    if (!number || *number < INT32_MIN || *number > INT32_MAX)
-        return false;
+    if (!number || *number < INT32_MIN || *number > INT32_MAX) return false;
     *value = static_cast<int32_t>(*number);
     return true;
 }
@@ -262,27 +245,23 @@ tresult HostSettings::writeFloat(const char* section, const char* key, double va
 bool HostSettings::readFloat(const char* section, const char* key, double* value)
 {
     std::string raw;
-    if (!value || !lookUp(section, key, raw))
-        return false;
+    if (!value || !lookUp(section, key, raw)) return false;
     const auto number = parseDouble(unquote(raw));
-    if (!number)
-        return false;
+    if (!number) return false;
     *value = *number;
     return true;
 }
 
 tresult HostSettings::writeString(const char* section, const char* key, const char16_t* text)
 {
-    if (!text)
-        return kInvalidArgument;
+    if (!text) return kInvalidArgument;
     return store(section, key, quote(utf16ToUtf8(text)));
 }
 
 bool HostSettings::readString(const char* section, const char* key, char16_t* text, int32_t size)
 {
     std::string raw;
-    if (!lookUp(section, key, raw))
-        return false;
+    if (!lookUp(section, key, raw)) return false;
     copyToBuffer(utf8ToUtf16(unquote(raw)), text, size);
     return true;
 }

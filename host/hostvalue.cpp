@@ -13,40 +13,29 @@ namespace
 {
 int32_t clampInt(int64_t value, int32_t low, int32_t high)
 {
-    if (value < low)
-        return low;
-    if (value > high)
-        return high;
+    if (value < low) return low;
+    if (value > high) return high;
     return static_cast<int32_t>(value);
 }
 
 int32_t roundToInt(float value)
 {
-    if (std::isnan(value))
-        return 0;
+    if (std::isnan(value)) return 0;
     const double rounded = std::nearbyint(static_cast<double>(value));
-    if (rounded <= static_cast<double>(INT32_MIN))
-        return INT32_MIN;
-    if (rounded >= static_cast<double>(INT32_MAX))
-        return INT32_MAX;
+    if (rounded <= static_cast<double>(INT32_MIN)) return INT32_MIN;
+    if (rounded >= static_cast<double>(INT32_MAX)) return INT32_MAX;
     return static_cast<int32_t>(rounded);
 }
 } // namespace
 
 HostValue* HostValue::create(const TUID kindId)
 {
-    if (IHostIntValue::iid.equals(kindId))
-        return new HostValue(Kind::Int);
-    if (IHostBoolValue::iid.equals(kindId))
-        return new HostValue(Kind::Bool);
-    if (IHostListValue::iid.equals(kindId))
-        return new HostValue(Kind::List);
-    if (IHostControllerValue::iid.equals(kindId))
-        return new HostValue(Kind::Controller);
-    if (IHostFloatValue::iid.equals(kindId))
-        return new HostValue(Kind::Float);
-    if (IHostStringValue::iid.equals(kindId))
-        return new HostValue(Kind::String);
+    if (IHostIntValue::iid.equals(kindId)) return new HostValue(Kind::Int);
+    if (IHostBoolValue::iid.equals(kindId)) return new HostValue(Kind::Bool);
+    if (IHostListValue::iid.equals(kindId)) return new HostValue(Kind::List);
+    if (IHostControllerValue::iid.equals(kindId)) return new HostValue(Kind::Controller);
+    if (IHostFloatValue::iid.equals(kindId)) return new HostValue(Kind::Float);
+    if (IHostStringValue::iid.equals(kindId)) return new HostValue(Kind::String);
     return nullptr;
 }
 
@@ -71,8 +60,7 @@ HostValue::HostValue(Kind kind) : kindOfValue(kind)
 
 tresult HostValue::queryInterface(const TUID iid, void** obj)
 {
-    if (!obj)
-        return kInvalidArgument;
+    if (!obj) return kInvalidArgument;
     void* face = nullptr;
     const bool ownKind = (kindOfValue == Kind::Int && IHostIntValue::iid.equals(iid)) ||
                          (kindOfValue == Kind::Bool && IHostBoolValue::iid.equals(iid)) ||
@@ -89,8 +77,7 @@ tresult HostValue::queryInterface(const TUID iid, void** obj)
     else if (IHostValueUnit::iid.equals(iid) && kindOfValue == Kind::Float)
         face = static_cast<IHostValueUnit*>(this);
     *obj = face;
-    if (!face)
-        return kNoInterface;
+    if (!face) return kNoInterface;
     addRef();
     return kResultOk;
 }
@@ -103,8 +90,7 @@ uint32_t HostValue::addRef()
 uint32_t HostValue::release()
 {
     const uint32_t left = references.fetch_sub(1) - 1;
-    if (left == 0)
-        delete this;
+    if (left == 0) delete this;
     return left;
 }
 
@@ -168,11 +154,9 @@ bool HostValue::storeInt(int32_t value)
 
 bool HostValue::storeFloat(float value)
 {
-    if (kindOfValue != Kind::Float)
-        return storeInt(roundToInt(value));
+    if (kindOfValue != Kind::Float) return storeInt(roundToInt(value));
     std::lock_guard<std::mutex> guard(mutex);
-    if (std::isnan(value))
-        return false;
+    if (std::isnan(value)) return false;
     const float clamped = std::fmin(std::fmax(value, lowFloat), highFloat);
     const bool changed = clamped != floatValue;
     floatValue = clamped;
@@ -189,8 +173,7 @@ void HostValue::notify()
         boundTag = tag;
     }
     // Called without the lock: the listener reads this value back and may set others.
-    if (target)
-        target->valueChanged(this, boundTag);
+    if (target) target->valueChanged(this, boundTag);
 }
 
 std::u16string HostValue::displayTextLocked() const
@@ -218,8 +201,7 @@ std::u16string HostValue::displayTextLocked() const
 
 tresult HostValue::getDisplayText(char16_t* out)
 {
-    if (!out)
-        return kInvalidArgument;
+    if (!out) return kInvalidArgument;
     copyToBuffer(displayText(), out, kDisplayTextSize);
     return kResultOk;
 }
@@ -232,10 +214,8 @@ int32_t HostValue::getInt()
 
 tresult HostValue::setInt(int32_t value)
 {
-    if (kindOfValue == Kind::String)
-        return kResultFalse;
-    if (storeInt(value))
-        notify();
+    if (kindOfValue == Kind::String) return kResultFalse;
+    if (storeInt(value)) notify();
     return kResultOk;
 }
 
@@ -279,16 +259,14 @@ int32_t HostValue::getTag()
 
 tresult HostValue::getString(char16_t* out, int32_t* length)
 {
-    if (!length)
-        return kInvalidArgument;
+    if (!length) return kInvalidArgument;
     const std::u16string value = displayText();
     if (!out)
     {
         *length = static_cast<int32_t>(value.size());
         return kResultOk;
     }
-    if (*length <= 0)
-        return kInvalidArgument;
+    if (*length <= 0) return kInvalidArgument;
     copyToBuffer(value, out, *length);
     *length = static_cast<int32_t>(std::min(value.size(), static_cast<size_t>(*length - 1)));
     return kResultOk;
@@ -296,8 +274,7 @@ tresult HostValue::getString(char16_t* out, int32_t* length)
 
 tresult HostValue::assignString(const char16_t* newText, int32_t flag)
 {
-    if (!newText)
-        return kInvalidArgument;
+    if (!newText) return kInvalidArgument;
     const std::u16string wanted(newText);
     bool changed = false;
     switch (kindOfValue)
@@ -329,16 +306,14 @@ tresult HostValue::assignString(const char16_t* newText, int32_t flag)
             if (number && *number >= 0 && *number < kMidiControllerCount)
                 index = static_cast<int32_t>(*number);
         }
-        if (index < 0)
-            return kResultFalse;
+        if (index < 0) return kResultFalse;
         changed = storeInt(index);
         break;
     }
     case Kind::Float:
     {
         const auto number = parseDouble(utf16ToUtf8(wanted));
-        if (!number)
-            return kResultFalse;
+        if (!number) return kResultFalse;
         changed = storeFloat(static_cast<float>(*number));
         break;
     }
@@ -359,40 +334,33 @@ tresult HostValue::assignString(const char16_t* newText, int32_t flag)
         break;
     }
     }
-    if (changed && flag)
-        notify();
+    if (changed && flag) notify();
     return kResultOk;
 }
 
 tresult HostValue::assignInt(int32_t value, int32_t flag)
 {
-    if (kindOfValue == Kind::String)
-        return kResultFalse;
-    if (storeInt(value) && flag)
-        notify();
+    if (kindOfValue == Kind::String) return kResultFalse;
+    if (storeInt(value) && flag) notify();
     return kResultOk;
 }
 
 tresult HostValue::setMinInt(int32_t value)
 {
-    if (kindOfValue != Kind::Int)
-        return kResultFalse;
+    if (kindOfValue != Kind::Int) return kResultFalse;
     std::lock_guard<std::mutex> guard(mutex);
     lowInt = value;
-    if (highInt < lowInt)
-        highInt = lowInt;
+    if (highInt < lowInt) highInt = lowInt;
     intValue = clampInt(intValue, lowInt, highInt);
     return kResultOk;
 }
 
 tresult HostValue::setMaxInt(int32_t value)
 {
-    if (kindOfValue != Kind::Int)
-        return kResultFalse;
+    if (kindOfValue != Kind::Int) return kResultFalse;
     std::lock_guard<std::mutex> guard(mutex);
     highInt = value;
-    if (lowInt > highInt)
-        lowInt = highInt;
+    if (lowInt > highInt) lowInt = highInt;
     intValue = clampInt(intValue, lowInt, highInt);
     return kResultOk;
 }
@@ -405,33 +373,27 @@ float HostValue::getFloat()
 
 tresult HostValue::assignFloat(float value, int32_t flag)
 {
-    if (kindOfValue == Kind::String)
-        return kResultFalse;
-    if (storeFloat(value) && flag)
-        notify();
+    if (kindOfValue == Kind::String) return kResultFalse;
+    if (storeFloat(value) && flag) notify();
     return kResultOk;
 }
 
 tresult HostValue::setMinFloat(float value)
 {
-    if (kindOfValue != Kind::Float || std::isnan(value))
-        return kResultFalse;
+    if (kindOfValue != Kind::Float || std::isnan(value)) return kResultFalse;
     std::lock_guard<std::mutex> guard(mutex);
     lowFloat = value;
-    if (highFloat < lowFloat)
-        highFloat = lowFloat;
+    if (highFloat < lowFloat) highFloat = lowFloat;
     floatValue = std::fmin(std::fmax(floatValue, lowFloat), highFloat);
     return kResultOk;
 }
 
 tresult HostValue::setMaxFloat(float value)
 {
-    if (kindOfValue != Kind::Float || std::isnan(value))
-        return kResultFalse;
+    if (kindOfValue != Kind::Float || std::isnan(value)) return kResultFalse;
     std::lock_guard<std::mutex> guard(mutex);
     highFloat = value;
-    if (lowFloat > highFloat)
-        lowFloat = highFloat;
+    if (lowFloat > highFloat) lowFloat = highFloat;
     floatValue = std::fmin(std::fmax(floatValue, lowFloat), highFloat);
     return kResultOk;
 }
@@ -455,8 +417,7 @@ tresult HostValue::setFlag(int32_t flag, uint8_t on)
 
 tresult HostValue::setStrings(const char16_t* const* list)
 {
-    if (!list)
-        return kInvalidArgument;
+    if (!list) return kInvalidArgument;
     std::lock_guard<std::mutex> guard(mutex);
     // The host keeps its own copies: entries are replaced later through setStringAt, and
     // the module's texts are never written to.
@@ -469,19 +430,16 @@ tresult HostValue::setStrings(const char16_t* const* list)
 
 tresult HostValue::setStringAt(int32_t index, const char16_t* entry)
 {
-    if (!entry)
-        return kInvalidArgument;
+    if (!entry) return kInvalidArgument;
     std::lock_guard<std::mutex> guard(mutex);
-    if (index < 0 || index >= static_cast<int32_t>(strings.size()))
-        return kInvalidArgument;
+    if (index < 0 || index >= static_cast<int32_t>(strings.size())) return kInvalidArgument;
     strings[static_cast<size_t>(index)] = entry;
     return kResultOk;
 }
 
 tresult HostValue::setPrecision(int32_t newDigits)
 {
-    if (newDigits < 0)
-        return kInvalidArgument;
+    if (newDigits < 0) return kInvalidArgument;
     std::lock_guard<std::mutex> guard(mutex);
     digits = newDigits > 9 ? 9 : newDigits;
     return kResultOk;
@@ -490,7 +448,8 @@ tresult HostValue::setPrecision(int32_t newDigits)
 int32_t HostValue::minInt()
 {
     std::lock_guard<std::mutex> guard(mutex);
-    return kindOfValue == Kind::Int || kindOfValue == Kind::Bool || kindOfValue == Kind::Controller ? lowInt : 0;
+    return kindOfValue == Kind::Int || kindOfValue == Kind::Bool || kindOfValue == Kind::Controller ? lowInt
+                                                                                                    : 0;
 }
 
 std::u16string HostValue::displayText()

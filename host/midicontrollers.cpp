@@ -89,11 +89,9 @@ const NamedController kNames[] = {
 
 std::u16string midiControllerName(int32_t number)
 {
-    if (number < 0 || number >= kMidiControllerCount)
-        return {};
+    if (number < 0 || number >= kMidiControllerCount) return {};
     for (const NamedController& entry : kNames)
-        if (entry.number == number)
-            return utf8ToUtf16(entry.name);
+        if (entry.number == number) return utf8ToUtf16(entry.name);
     return utf8ToUtf16("Controller " + std::to_string(number));
 }
 } // namespace hostkit

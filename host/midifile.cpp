@@ -54,27 +54,28 @@ std::vector<MidiMessage> midiTimeline(const std::vector<TrackEvent>& events)
         const size_t sequence = 2 * i;
         if (event.isNoteOn() && !event.forwarded)
         {
-            if (event.data1 < 0 || event.data1 > 127)
-                continue;
+            if (event.data1 < 0 || event.data1 > 127) continue;
             const auto channel = static_cast<uint8_t>(event.status & 0x0F);
             const auto note = static_cast<uint8_t>(event.data1);
             ordered.push_back({{time, event.status, note, dataByte(event.data2)}, 1, sequence});
             const int64_t length = std::max<int32_t>(0, event.length);
-            ordered.push_back({{std::min(time + length, kLastTick), static_cast<uint8_t>(0x80 | channel), note, 0},
-                               length > 0 ? 0 : 1, sequence + 1});
+            ordered.push_back(
+                {{std::min(time + length, kLastTick), static_cast<uint8_t>(0x80 | channel), note, 0},
+                 length > 0 ? 0 : 1,
+                 sequence + 1});
             continue;
         }
         if (event.status < 0x80 || event.status >= 0xF0)
             continue; // no channel message: nothing a format 0 file can carry as it stands
         ordered.push_back({{time, event.status, dataByte(event.data1), dataByte(event.data2)}, 1, sequence});
     }
-    std::sort(ordered.begin(), ordered.end(), [](const Ordered& a, const Ordered& b) {
-        if (a.message.tick != b.message.tick)
-            return a.message.tick < b.message.tick;
-        if (a.rank != b.rank)
-            return a.rank < b.rank;
-        return a.sequence < b.sequence;
-    });
+    std::sort(ordered.begin(), ordered.end(),
+              [](const Ordered& a, const Ordered& b)
+              {
+                  if (a.message.tick != b.message.tick) return a.message.tick < b.message.tick;
+                  if (a.rank != b.rank) return a.rank < b.rank;
+                  return a.sequence < b.sequence;
+              });
     std::vector<MidiMessage> out;
     out.reserve(ordered.size());
     for (const Ordered& entry : ordered)
@@ -108,8 +109,7 @@ std::vector<uint8_t> writeMidiFile(const std::vector<MidiMessage>& timeline, dou
         track.push_back(message.data1);
         // Program change and channel pressure carry one data byte.
         const uint8_t kind = message.status & 0xF0;
-        if (kind != 0xC0 && kind != 0xD0)
-            track.push_back(message.data2);
+        if (kind != 0xC0 && kind != 0xD0) track.push_back(message.data2);
     }
     track.insert(track.end(), {0x00, 0xFF, 0x2F, 0x00});
 

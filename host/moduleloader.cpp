@@ -57,8 +57,12 @@ std::unique_ptr<PluginModule> PluginModule::load(const std::string& path, std::s
 
     auto initDll = reinterpret_cast<InitDllProc>(platform::findSymbol(library, "InitDll"));
     auto exitDll = reinterpret_cast<ExitDllProc>(platform::findSymbol(library, "ExitDll"));
-    auto getFactory = reinterpret_cast<GetPluginFactoryProc>(platform::findSymbol(library, "GetPluginFactory"));
-    const char* missing = !getFactory ? "GetPluginFactory" : !initDll ? "InitDll" : !exitDll ? "ExitDll" : nullptr;
+    auto getFactory =
+        reinterpret_cast<GetPluginFactoryProc>(platform::findSymbol(library, "GetPluginFactory"));
+    const char* missing = !getFactory ? "GetPluginFactory"
+                          : !initDll  ? "InitDll"
+                          : !exitDll  ? "ExitDll"
+                                      : nullptr;
     if (missing)
     {
         error = "The file '" + path + "' is not a module: it does not export " + missing + ".";
@@ -102,8 +106,7 @@ std::unique_ptr<PluginModule> PluginModule::load(const std::string& path, std::s
         }
         module->classList.push_back(entry);
     }
-    if (factory2)
-        factory2->release();
+    if (factory2) factory2->release();
     return module;
 }
 
@@ -139,8 +142,7 @@ bool PluginModule::initialize(IMidiEffect* effect, IHostContext* context, std::s
 {
     for (Effect& entry : effects)
     {
-        if (entry.effect != effect)
-            continue;
+        if (entry.effect != effect) continue;
         const tresult result = effect->initialize(context);
         if (result != kResultOk)
         {
@@ -159,10 +161,8 @@ void PluginModule::destroy(IMidiEffect* effect)
 {
     for (auto it = effects.begin(); it != effects.end(); ++it)
     {
-        if (it->effect != effect)
-            continue;
-        if (it->initialized)
-            effect->terminate();
+        if (it->effect != effect) continue;
+        if (it->initialized) effect->terminate();
         effect->release();
         effects.erase(it);
         return;
@@ -172,16 +172,13 @@ void PluginModule::destroy(IMidiEffect* effect)
 void PluginModule::unload()
 {
     for (Effect& entry : effects)
-        if (entry.initialized)
-            entry.effect->terminate();
+        if (entry.initialized) entry.effect->terminate();
     for (Effect& entry : effects)
-        if (entry.effect->release() != 0)
-            stillReferenced = true;
+        if (entry.effect->release() != 0) stillReferenced = true;
     effects.clear();
     if (pluginFactory)
     {
-        if (pluginFactory->release() != 0)
-            stillReferenced = true;
+        if (pluginFactory->release() != 0) stillReferenced = true;
         pluginFactory = nullptr;
     }
     if (exitDll)

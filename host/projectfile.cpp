@@ -20,7 +20,7 @@ struct QuantizeName
     int32_t ticks;
 };
 const QuantizeName kQuantizeNames[] = {
-    {"1/2", 960}, {"1/4", 480},  {"1/4T", 320},  {"1/8", 240},  {"1/8T", 160}, {"1/16", 120},
+    {"1/2", 960},  {"1/4", 480}, {"1/4T", 320}, {"1/8", 240}, {"1/8T", 160}, {"1/16", 120},
     {"1/16T", 80}, {"1/32", 60}, {"1/32T", 40}, {"1/64", 30}, {"1/128", 15},
 };
 
@@ -57,8 +57,7 @@ int32_t getInt(const uint8_t*& at)
 std::string quantizeText(int32_t ticks)
 {
     for (const QuantizeName& entry : kQuantizeNames)
-        if (entry.ticks == ticks)
-            return entry.name;
+        if (entry.ticks == ticks) return entry.name;
     return std::to_string(ticks);
 }
 
@@ -75,10 +74,8 @@ std::string gateText(float gate)
 
 std::string stepNoteText(int32_t note)
 {
-    if (note == -1)
-        return "-";
-    if (note >= 0 && note <= 127)
-        return noteText(note);
+    if (note == -1) return "-";
+    if (note >= 0 && note <= 127) return noteText(note);
     return std::to_string(note);
 }
 
@@ -89,8 +86,7 @@ std::string tieText(int32_t tie)
 
 std::string padRight(std::string text, size_t width)
 {
-    if (text.size() < width)
-        text.append(width - text.size(), ' ');
+    if (text.size() < width) text.append(width - text.size(), ' ');
     return text;
 }
 
@@ -104,8 +100,7 @@ std::string padLeft(const std::string& text, size_t width)
 bool toInt32(std::string_view token, int32_t& value)
 {
     const auto number = parseInteger(token);
-    if (!number || *number < INT32_MIN || *number > INT32_MAX)
-        return false;
+    if (!number || *number < INT32_MIN || *number > INT32_MAX) return false;
     value = static_cast<int32_t>(*number);
     return true;
 }
@@ -116,17 +111,14 @@ bool parseGate(std::string_view token, float& gate)
     {
         uint32_t bits = 0;
         const auto [end, error] = std::from_chars(token.data() + 2, token.data() + token.size(), bits, 16);
-        if (error != std::errc() || end != token.data() + token.size())
-            return false;
+        if (error != std::errc() || end != token.data() + token.size()) return false;
         gate = floatFromBits(bits);
         return true;
     }
-    if (!token.empty() && token.front() == '+')
-        token.remove_prefix(1);
+    if (!token.empty() && token.front() == '+') token.remove_prefix(1);
     float value = 0.0f;
     const auto [end, error] = std::from_chars(token.data(), token.data() + token.size(), value);
-    if (token.empty() || error != std::errc() || end != token.data() + token.size())
-        return false;
+    if (token.empty() || error != std::errc() || end != token.data() + token.size()) return false;
     gate = value;
     return true;
 }
@@ -142,8 +134,7 @@ std::vector<std::string_view> splitWords(std::string_view line)
         const size_t start = i;
         while (i < line.size() && line[i] != ' ' && line[i] != '\t')
             ++i;
-        if (i > start)
-            words.push_back(line.substr(start, i - start));
+        if (i > start) words.push_back(line.substr(start, i - start));
     }
     return words;
 }
@@ -248,36 +239,30 @@ std::string noteText(int32_t note)
     }
     octave -= 2;
     std::string text = kNoteNames[index];
-    if (octave != 0)
-        text += std::to_string(octave);
+    if (octave != 0) text += std::to_string(octave);
     return text;
 }
 
 bool parseNoteName(std::string_view text, int32_t& note)
 {
-    if (text.empty() || text[0] < 'A' || text[0] > 'G')
-        return false;
+    if (text.empty() || text[0] < 'A' || text[0] > 'G') return false;
     size_t nameLength = text.size() > 1 && text[1] == '#' ? 2 : 1;
     int32_t index = -1;
     for (int32_t i = 0; i < 12; ++i)
-        if (text.substr(0, nameLength) == kNoteNames[i])
-            index = i;
-    if (index < 0)
-        return false; // "E#", "B#": not names this form uses
+        if (text.substr(0, nameLength) == kNoteNames[i]) index = i;
+    if (index < 0) return false; // "E#", "B#": not names this form uses
     int64_t octave = 0;
     const std::string_view digits = text.substr(nameLength);
     if (!digits.empty())
     {
-        if (digits[0] == '+')
-            return false;
+        if (digits[0] == '+') return false;
         const auto parsed = parseInteger(digits);
         if (!parsed || *parsed == 0 || *parsed < -200000000 || *parsed > 200000000)
             return false; // octave 0 has no digit
         octave = *parsed;
     }
     const int64_t value = (octave + 2) * 12 + index;
-    if (value < INT32_MIN || value > INT32_MAX)
-        return false;
+    if (value < INT32_MIN || value > INT32_MAX) return false;
     note = static_cast<int32_t>(value);
     return true;
 }
@@ -292,16 +277,15 @@ std::string writeProjectText(const Project& project)
     for (int32_t index = 0; index < kProjectPatternCount; ++index)
     {
         const ProjectPattern& pattern = project.patterns[static_cast<size_t>(index)];
-        if (pattern.isDefault() && index != project.current)
-            continue;
+        if (pattern.isDefault() && index != project.current) continue;
         out += "\npattern " + std::to_string(index + 1) + "  length " + std::to_string(pattern.length) +
-               "  quantize " + quantizeText(pattern.quantize) + "  swing " + std::to_string(pattern.swing) + "\n";
+               "  quantize " + quantizeText(pattern.quantize) + "  swing " + std::to_string(pattern.swing) +
+               "\n";
         bool header = false;
         for (int32_t s = 0; s < kProjectStepCount; ++s)
         {
             const ProjectStep& step = pattern.steps[static_cast<size_t>(s)];
-            if (step == ProjectStep{})
-                continue;
+            if (step == ProjectStep{}) continue;
             if (!header)
             {
                 out += "# step  note   vel  gate    cc1  cc2  tie\n";
@@ -325,28 +309,25 @@ bool readProjectText(std::string_view text, Project& project, std::string& error
     bool seenCurrent = false;
     int lineNumber = 0;
     size_t start = 0;
-    const auto fail = [&](const std::string& what) {
+    const auto fail = [&](const std::string& what)
+    {
         error = "line " + std::to_string(lineNumber) + ": " + what;
         return false;
     };
     while (start < text.size())
     {
         size_t end = text.find('\n', start);
-        if (end == std::string_view::npos)
-            end = text.size();
+        if (end == std::string_view::npos) end = text.size();
         std::string_view line = text.substr(start, end - start);
         start = end + 1;
         ++lineNumber;
-        if (!line.empty() && line.back() == '\r')
-            line.remove_suffix(1);
+        if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
         const std::vector<std::string_view> words = splitWords(line);
-        if (words.empty() || words[0][0] == '#')
-            continue;
+        if (words.empty() || words[0][0] == '#') continue;
 
         if (words[0] == "current")
         {
-            if (seenCurrent)
-                return fail("the current pattern is given twice");
+            if (seenCurrent) return fail("the current pattern is given twice");
             const auto number = words.size() == 2 ? parseInteger(words[1]) : std::nullopt;
             if (!number || *number - 1 < INT32_MIN || *number - 1 > INT32_MAX)
                 return fail("'current' takes one pattern number");
@@ -368,17 +349,15 @@ bool readProjectText(std::string_view text, Project& project, std::string& error
             bool seenLength = false, seenQuantize = false, seenSwing = false;
             for (size_t i = 2; i < words.size(); i += 2)
             {
-                if (i + 1 >= words.size())
-                    return fail(quoted(words[i]) + " has no value");
+                if (i + 1 >= words.size()) return fail(quoted(words[i]) + " has no value");
                 const std::string_view key = words[i];
                 const std::string_view value = words[i + 1];
-                bool* seen = key == "length" ? &seenLength : key == "quantize" ? &seenQuantize
-                                                         : key == "swing"      ? &seenSwing
-                                                                               : nullptr;
-                if (!seen)
-                    return fail(quoted(key) + " is not a pattern setting (length, quantize, swing)");
-                if (*seen)
-                    return fail(quoted(key) + " is given twice");
+                bool* seen = key == "length"     ? &seenLength
+                             : key == "quantize" ? &seenQuantize
+                             : key == "swing"    ? &seenSwing
+                                                 : nullptr;
+                if (!seen) return fail(quoted(key) + " is not a pattern setting (length, quantize, swing)");
+                if (*seen) return fail(quoted(key) + " is given twice");
                 *seen = true;
                 if (key == "quantize")
                 {
@@ -398,8 +377,7 @@ bool readProjectText(std::string_view text, Project& project, std::string& error
             continue;
         }
 
-        if (!pattern)
-            return fail(quoted(words[0]) + " stands before any 'pattern' line");
+        if (!pattern) return fail(quoted(words[0]) + " stands before any 'pattern' line");
         if (words.size() != 7)
             return fail("a step takes 7 columns (step, note, vel, gate, cc1, cc2, tie), not " +
                         std::to_string(words.size()));
@@ -414,10 +392,8 @@ bool readProjectText(std::string_view text, Project& project, std::string& error
             step.note = -1;
         else if (!parseNoteName(words[1], step.note) && !toInt32(words[1], step.note))
             return fail(quoted(words[1]) + " is not a note (such as C3, F#1 or -)");
-        if (!toInt32(words[2], step.velocity))
-            return fail(quoted(words[2]) + " is not a velocity");
-        if (!parseGate(words[3], step.gate))
-            return fail(quoted(words[3]) + " is not a gate (such as 0.5)");
+        if (!toInt32(words[2], step.velocity)) return fail(quoted(words[2]) + " is not a velocity");
+        if (!parseGate(words[3], step.gate)) return fail(quoted(words[3]) + " is not a gate (such as 0.5)");
         if (!toInt32(words[4], step.controller1))
             return fail(quoted(words[4]) + " is not a controller value");
         if (!toInt32(words[5], step.controller2))
@@ -478,8 +454,7 @@ bool saveProjectFile(const std::string& path, const Project& project, bool asTex
         const std::vector<uint8_t> chunk = encodeChunk(project);
         written = platform::replaceFile(path, chunk.data(), chunk.size(), reason);
     }
-    if (!written)
-        error = "Can't write '" + path + "': " + reason + ".";
+    if (!written) error = "Can't write '" + path + "': " + reason + ".";
     return written;
 }
 } // namespace hostkit

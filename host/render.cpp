@@ -16,16 +16,14 @@ template <class T> struct Counted
     T* object;
     ~Counted()
     {
-        if (object)
-            object->release();
+        if (object) object->release();
     }
 };
 
 template <class T> T* queryFace(FUnknown* object)
 {
     void* face = nullptr;
-    if (!object || object->queryInterface(T::iid, &face) != kResultOk)
-        return nullptr;
+    if (!object || object->queryInterface(T::iid, &face) != kResultOk) return nullptr;
     return static_cast<T*>(face);
 }
 
@@ -35,8 +33,7 @@ bool play(PluginModule& module, HostContext& context, const RenderOptions& optio
 {
     HostMidiTrack& track = context.track();
     IMidiEffect* effect = module.instantiate(kMidiSeqClassId, error);
-    if (!effect || !module.initialize(effect, static_cast<IHostContext*>(&context), error))
-        return false;
+    if (!effect || !module.initialize(effect, static_cast<IHostContext*>(&context), error)) return false;
 
     {
         Counted<IPersistentChunk> chunk{queryFace<IPersistentChunk>(effect)};
@@ -57,7 +54,8 @@ bool play(PluginModule& module, HostContext& context, const RenderOptions& optio
     {
         Counted<IPlugController> controller{queryFace<IPlugController>(effect)};
         IHostValue* select = nullptr;
-        if (!controller.object || controller.object->findValue("Pattern Select", &select) != kResultOk || !select)
+        if (!controller.object || controller.object->findValue("Pattern Select", &select) != kResultOk ||
+            !select)
         {
             error = "The module's effect has no \"Pattern Select\" parameter.";
             return false;
@@ -83,10 +81,11 @@ bool play(PluginModule& module, HostContext& context, const RenderOptions& optio
     while (position < total)
     {
         // Switches due now go in before the block that starts here.
-        while (next < switches.size() && static_cast<int64_t>(switches[next].bar - 1) * kTicksPerBar <= position)
+        while (next < switches.size() &&
+               static_cast<int64_t>(switches[next].bar - 1) * kTicksPerBar <= position)
         {
             HostMidiEvent* noteOn = track.makeIncoming(static_cast<uint8_t>(0x90 | channelBits),
-                                                      switches[next].note, 100, position);
+                                                       switches[next].note, 100, position);
             effect->processEvent(noteOn);
             track.releaseEvent(noteOn);
             ++next;
@@ -105,8 +104,8 @@ bool play(PluginModule& module, HostContext& context, const RenderOptions& optio
 
 int32_t blockTicks(double tempo)
 {
-    const double ticks =
-        static_cast<double>(kBlockSamples) / static_cast<double>(kSampleRate) * (tempo / 60.0) * static_cast<double>(kTicksPerQuarter);
+    const double ticks = static_cast<double>(kBlockSamples) / static_cast<double>(kSampleRate) *
+                         (tempo / 60.0) * static_cast<double>(kTicksPerQuarter);
     return ticks >= 1.0 ? static_cast<int32_t>(std::floor(std::min(ticks, 1e9))) : 1;
 }
 
@@ -119,8 +118,7 @@ bool renderProject(const RenderOptions& options, RenderResult& result, std::stri
         return false;
     }
     std::unique_ptr<PluginModule> module = PluginModule::load(options.modulePath, error);
-    if (!module)
-        return false;
+    if (!module) return false;
 
     HostOptions hostOptions;
     hostOptions.settingsPath = options.settingsPath;

@@ -48,20 +48,17 @@ TemplateDialog::TemplateDialog(std::shared_ptr<DialogBoard> board, TemplateRegis
                                std::string language)
     : board(std::move(board)), registry(registry), language(std::move(language))
 {
-    if (registry)
-        registry->addRef();
+    if (registry) registry->addRef();
 }
 
 TemplateDialog::~TemplateDialog()
 {
-    if (registry)
-        registry->release();
+    if (registry) registry->release();
 }
 
 tresult TemplateDialog::queryInterface(const TUID iid, void** obj)
 {
-    if (!obj)
-        return kInvalidArgument;
+    if (!obj) return kInvalidArgument;
     if (FUnknown::iid.equals(iid) || IHostTemplateDialog::iid.equals(iid))
     {
         addRef();
@@ -80,48 +77,41 @@ uint32_t TemplateDialog::addRef()
 uint32_t TemplateDialog::release()
 {
     const uint32_t left = references.fetch_sub(1) - 1;
-    if (left == 0)
-        delete this;
+    if (left == 0) delete this;
     return left;
 }
 
 tresult TemplateDialog::loadTemplate(const char* text)
 {
-    if (!text)
-        return kInvalidArgument;
+    if (!text) return kInvalidArgument;
     std::vector<XmlElement> elements;
     std::string reason;
-    if (!parseXml(text, elements, reason))
-        return kResultFalse;
+    if (!parseXml(text, elements, reason)) return kResultFalse;
     for (XmlElement& element : elements)
-        if (element.name == "template")
-            templates.push_back(std::move(element));
+        if (element.name == "template") templates.push_back(std::move(element));
     return kResultOk;
 }
 
 tresult TemplateDialog::runTemplate(const char* name, IPlugController* controller)
 {
-    if (!name || !controller)
-        return kInvalidArgument;
+    if (!name || !controller) return kInvalidArgument;
     const XmlElement* shown = nullptr;
     for (const XmlElement& candidate : templates)
     {
         const std::string* candidateName = candidate.attribute("name");
-        if (candidateName && *candidateName == name)
-            shown = &candidate;
+        if (candidateName && *candidateName == name) shown = &candidate;
     }
-    if (!shown)
-        return kResultFalse;
+    if (!shown) return kResultFalse;
 
     DialogRun run;
     run.templateName = name;
     run.title = registry ? registry->translate(name, language) : utf8ToUtf16(name);
-    shown->forEachDescendant([&](const XmlElement& element) {
-        if (!isControl(element.name))
-            return;
-        if (const std::string* parameter = element.attribute("name"))
-            run.controls.push_back(*parameter);
-    });
+    shown->forEachDescendant(
+        [&](const XmlElement& element)
+        {
+            if (!isControl(element.name)) return;
+            if (const std::string* parameter = element.attribute("name")) run.controls.push_back(*parameter);
+        });
 
     const DialogScript script = board->script();
     for (const auto& [parameter, value] : script.values)

@@ -10,8 +10,7 @@ namespace
 std::string toLower(std::string text)
 {
     for (char& c : text)
-        if (c >= 'A' && c <= 'Z')
-            c = static_cast<char>(c - 'A' + 'a');
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
     return text;
 }
 
@@ -20,8 +19,7 @@ std::string toLower(std::string text)
 bool declaresUtf8(const std::string& text)
 {
     const size_t end = text.find("?>");
-    if (text.rfind("<?xml", 0) != 0 || end == std::string::npos)
-        return false;
+    if (text.rfind("<?xml", 0) != 0 || end == std::string::npos) return false;
     return toLower(text.substr(0, end)).find("utf-8") != std::string::npos;
 }
 
@@ -36,8 +34,7 @@ TemplateRegistry::TemplateRegistry() = default;
 
 tresult TemplateRegistry::queryInterface(const TUID iid, void** obj)
 {
-    if (!obj)
-        return kInvalidArgument;
+    if (!obj) return kInvalidArgument;
     if (FUnknown::iid.equals(iid) || IHostTemplateRegistry::iid.equals(iid))
     {
         addRef();
@@ -56,15 +53,13 @@ uint32_t TemplateRegistry::addRef()
 uint32_t TemplateRegistry::release()
 {
     const uint32_t left = references.fetch_sub(1) - 1;
-    if (left == 0)
-        delete this;
+    if (left == 0) delete this;
     return left;
 }
 
 tresult TemplateRegistry::registerTemplate(const void* bytes, int32_t size, int32_t* handle)
 {
-    if (!bytes || size <= 0 || !handle)
-        return kInvalidArgument;
+    if (!bytes || size <= 0 || !handle) return kInvalidArgument;
     // The bytes are the module's and valid only now: everything is copied out.
     const std::string text(static_cast<const char*>(bytes), static_cast<size_t>(size));
     const bool utf8 = declaresUtf8(text);
@@ -94,8 +89,7 @@ tresult TemplateRegistry::registerTemplate(const void* bytes, int32_t size, int3
             for (const XmlElement& entry : top.children)
             {
                 const std::string* key = entry.name == "String" ? entry.attribute("Key") : nullptr;
-                if (!key)
-                    continue;
+                if (!key) continue;
                 auto& texts = table.strings[*key];
                 for (const XmlElement& translation : entry.children)
                     texts[translation.name] = decodeText(translation.text, utf8);
@@ -131,11 +125,9 @@ std::u16string TemplateRegistry::translate(const std::string& key, const std::st
     for (auto table = tables.rbegin(); table != tables.rend(); ++table)
     {
         const auto entry = table->strings.find(key);
-        if (entry == table->strings.end())
-            continue;
+        if (entry == table->strings.end()) continue;
         const auto text = entry->second.find(language);
-        if (text != entry->second.end())
-            return text->second;
+        if (text != entry->second.end()) return text->second;
     }
     return utf8ToUtf16(key);
 }

@@ -1,8 +1,8 @@
 // tremolin-host: the stand-in host. It loads the module file as a host does and gives users
 // commands to play a project into a MIDI file and to keep projects as chunks or as text.
 
-#include "host/midicontrollers.h"
 #include "host/hosttext.h"
+#include "host/midicontrollers.h"
 #include "host/midifile.h"
 #include "host/moduleloader.h"
 #include "host/platform/hostplatform.h"
@@ -55,13 +55,11 @@ std::string folderOf(const std::string& path)
 std::string defaultModule()
 {
     const std::string exe = platform::executablePath();
-    if (exe.empty())
-        return {};
+    if (exe.empty()) return {};
     const std::string folder = folderOf(exe);
     const std::string name = platform::moduleFileName();
     for (const std::string& candidate : {folder + "/../midiplugs/midiseq/" + name, folder + "/" + name})
-        if (platform::fileExists(candidate))
-            return candidate;
+        if (platform::fileExists(candidate)) return candidate;
     return {};
 }
 
@@ -79,8 +77,7 @@ std::string defaultProject()
     candidates.push_back(std::string(TREMOLIN_SOURCE_DIR) + "/examples/demo.tremolin");
 #endif
     for (const std::string& candidate : candidates)
-        if (platform::fileExists(candidate))
-            return candidate;
+        if (platform::fileExists(candidate)) return candidate;
     return {};
 }
 
@@ -153,9 +150,9 @@ int render(const std::vector<std::string>& args)
     for (size_t i = 0; i < args.size(); ++i)
     {
         const std::string& option = args[i];
-        const auto value = [&]() -> const std::string& {
-            if (i + 1 >= args.size())
-                throw UsageError{option + " needs a value"};
+        const auto value = [&]() -> const std::string&
+        {
+            if (i + 1 >= args.size()) throw UsageError{option + " needs a value"};
             return args[++i];
         };
         if (option == "--module")
@@ -193,28 +190,25 @@ int render(const std::vector<std::string>& args)
     }
     for (const std::string& text : switchTexts)
         options.switches.push_back(switchArgument(text, options.bars));
-    if (outPath.empty() && !print)
-        throw UsageError{"render needs --out FILE.mid, --print, or both"};
+    if (outPath.empty() && !print) throw UsageError{"render needs --out FILE.mid, --print, or both"};
 
     options.modulePath = modulePath.empty() ? defaultModule() : modulePath;
     if (options.modulePath.empty())
         return fail("No module file was found beside the program; give one with --module FILE.");
+    if (projectPath.empty()) projectPath = defaultProject();
     if (projectPath.empty())
-        projectPath = defaultProject();
-    if (projectPath.empty())
-        return fail("The demo project examples/demo.tremolin was not found; give a project with --project FILE.");
+        return fail(
+            "The demo project examples/demo.tremolin was not found; give a project with --project FILE.");
 
     std::string error;
-    if (!loadProjectFile(projectPath, options.project, error))
-        return fail(error);
+    if (!loadProjectFile(projectPath, options.project, error)) return fail(error);
     RenderResult result;
-    if (!renderProject(options, result, error))
-        return fail(error);
+    if (!renderProject(options, result, error)) return fail(error);
     if (result.trackFaults > 0)
-        std::fprintf(stderr, "tremolin-host: warning: the module misused %d track events.\n", result.trackFaults);
+        std::fprintf(stderr, "tremolin-host: warning: the module misused %d track events.\n",
+                     result.trackFaults);
 
-    if (print)
-        printEvents(result.events);
+    if (print) printEvents(result.events);
     if (!outPath.empty())
     {
         const std::vector<uint8_t> file = writeMidiFile(midiTimeline(result.events), options.tempo);
@@ -237,10 +231,8 @@ int project(const std::vector<std::string>& args)
     // Either form is read by its content, so export also tidies a text and import takes a chunk.
     Project loaded;
     std::string error;
-    if (!loadProjectFile(args[1], loaded, error))
-        return fail(error);
-    if (!saveProjectFile(args[2], loaded, args[0] == "export", error))
-        return fail(error);
+    if (!loadProjectFile(args[1], loaded, error)) return fail(error);
+    if (!saveProjectFile(args[2], loaded, args[0] == "export", error)) return fail(error);
     return 0;
 }
 
@@ -251,14 +243,12 @@ int info(const std::vector<std::string>& args)
         path = args[1];
     else if (!args.empty())
         throw UsageError{"info takes only --module FILE"};
-    if (path.empty())
-        path = defaultModule();
+    if (path.empty()) path = defaultModule();
     if (path.empty())
         return fail("No module file was found beside the program; give one with --module FILE.");
     std::string error;
     std::unique_ptr<PluginModule> module = PluginModule::load(path, error);
-    if (!module)
-        return fail(error);
+    if (!module) return fail(error);
     const PFactoryRecord& record = module->factoryRecord();
     std::printf("module   %s\nvendor   %.64s\nweb      %.256s\nmail     %.128s\nflags    %d\n", path.c_str(),
                 record.vendor, record.url, record.email, record.flags);
@@ -281,12 +271,9 @@ int main(int argc, char** argv)
     args.erase(args.begin());
     try
     {
-        if (command == "render")
-            return render(args);
-        if (command == "project")
-            return project(args);
-        if (command == "info")
-            return info(args);
+        if (command == "render") return render(args);
+        if (command == "project") return project(args);
+        if (command == "info") return info(args);
         throw UsageError{"there is no command '" + command + "'"};
     }
     catch (const UsageError& usage)

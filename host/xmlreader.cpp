@@ -9,8 +9,7 @@ namespace hostkit
 const std::string* XmlElement::attribute(std::string_view key) const
 {
     for (const auto& [name, value] : attributes)
-        if (name == key)
-            return &value;
+        if (name == key) return &value;
     return nullptr;
 }
 
@@ -29,10 +28,10 @@ public:
             if (text[pos] != '<')
             {
                 const size_t end = text.find('<', pos);
-                const std::string_view raw = text.substr(pos, end == std::string_view::npos ? end : end - pos);
+                const std::string_view raw =
+                    text.substr(pos, end == std::string_view::npos ? end : end - pos);
                 std::string decoded;
-                if (!decode(raw, decoded))
-                    return fail(error, "an unknown entity");
+                if (!decode(raw, decoded)) return fail(error, "an unknown entity");
                 if (!stack.empty())
                     stack.back().text += decoded;
                 else if (!isBlank(decoded))
@@ -42,24 +41,20 @@ public:
             }
             if (startsWith("<!--"))
             {
-                if (!skipPast("-->"))
-                    return fail(error, "a comment that never ends");
+                if (!skipPast("-->")) return fail(error, "a comment that never ends");
                 continue;
             }
             if (startsWith("<![CDATA["))
             {
                 const size_t start = pos + 9;
-                if (!skipPast("]]>"))
-                    return fail(error, "a CDATA section that never ends");
-                if (stack.empty())
-                    return fail(error, "text outside any element");
+                if (!skipPast("]]>")) return fail(error, "a CDATA section that never ends");
+                if (stack.empty()) return fail(error, "text outside any element");
                 stack.back().text += std::string(text.substr(start, pos - 3 - start));
                 continue;
             }
             if (startsWith("<?") || startsWith("<!"))
             {
-                if (!skipPast(">"))
-                    return fail(error, "a declaration that never ends");
+                if (!skipPast(">")) return fail(error, "a declaration that never ends");
                 continue;
             }
             if (startsWith("</"))
@@ -80,14 +75,12 @@ public:
             ++pos;
             XmlElement element;
             element.name = readName();
-            if (element.name.empty())
-                return fail(error, "a tag without a name");
+            if (element.name.empty()) return fail(error, "a tag without a name");
             bool selfClosing = false;
             for (;;)
             {
                 skipBlanks();
-                if (pos >= text.size())
-                    return fail(error, "a tag that never ends");
+                if (pos >= text.size()) return fail(error, "a tag that never ends");
                 if (text[pos] == '>')
                 {
                     ++pos;
@@ -109,11 +102,9 @@ public:
                     return fail(error, "an attribute value without quotes in <" + element.name + ">");
                 const char quote = text[pos++];
                 const size_t end = text.find(quote, pos);
-                if (end == std::string_view::npos)
-                    return fail(error, "an attribute value that never ends");
+                if (end == std::string_view::npos) return fail(error, "an attribute value that never ends");
                 std::string value;
-                if (!decode(text.substr(pos, end - pos), value))
-                    return fail(error, "an unknown entity");
+                if (!decode(text.substr(pos, end - pos), value)) return fail(error, "an unknown entity");
                 pos = end + 1;
                 element.attributes.emplace_back(std::move(key), std::move(value));
             }
@@ -122,8 +113,7 @@ public:
             else
                 stack.push_back(std::move(element));
         }
-        if (!stack.empty())
-            return fail(error, "<" + stack.back().name + "> is never closed");
+        if (!stack.empty()) return fail(error, "<" + stack.back().name + "> is never closed");
         return true;
     }
 
@@ -133,8 +123,7 @@ private:
     bool skipPast(std::string_view marker)
     {
         const size_t end = text.find(marker, pos);
-        if (end == std::string_view::npos)
-            return false;
+        if (end == std::string_view::npos) return false;
         pos = end + marker.size();
         return true;
     }
@@ -162,8 +151,7 @@ private:
     static bool isBlank(std::string_view s)
     {
         for (char c : s)
-            if (!std::isspace(static_cast<unsigned char>(c)))
-                return false;
+            if (!std::isspace(static_cast<unsigned char>(c))) return false;
         return true;
     }
 
@@ -178,8 +166,7 @@ private:
                 continue;
             }
             const size_t end = raw.find(';', i);
-            if (end == std::string_view::npos)
-                return false;
+            if (end == std::string_view::npos) return false;
             const std::string_view name = raw.substr(i + 1, end - i - 1);
             if (name == "amp")
                 out.push_back('&');
@@ -196,20 +183,17 @@ private:
                 char32_t code = 0;
                 const bool hex = name[1] == 'x' || name[1] == 'X';
                 const std::string_view digits = name.substr(hex ? 2 : 1);
-                if (digits.empty() || digits.size() > 8)
-                    return false;
+                if (digits.empty() || digits.size() > 8) return false;
                 for (char c : digits)
                 {
                     const int digit = std::isdigit(static_cast<unsigned char>(c)) ? c - '0'
                                       : hex && std::isxdigit(static_cast<unsigned char>(c))
                                           ? (std::tolower(static_cast<unsigned char>(c)) - 'a' + 10)
                                           : -1;
-                    if (digit < 0)
-                        return false;
+                    if (digit < 0) return false;
                     code = code * (hex ? 16 : 10) + static_cast<char32_t>(digit);
                 }
-                if (code == 0 || code > 0x10FFFF)
-                    return false;
+                if (code == 0 || code > 0x10FFFF) return false;
                 std::u16string wide;
                 if (code >= 0x10000)
                 {
@@ -231,8 +215,7 @@ private:
     {
         int line = 1;
         for (size_t i = 0; i < pos && i < text.size(); ++i)
-            if (text[i] == '\n')
-                ++line;
+            if (text[i] == '\n') ++line;
         error = "line " + std::to_string(line) + ": " + what;
         return false;
     }

@@ -46,8 +46,7 @@ void* findSymbol(Library* library, const char* name)
 
 void closeLibrary(Library* library)
 {
-    if (!library)
-        return;
+    if (!library) return;
     dlclose(library->handle);
     delete library;
 }
@@ -66,8 +65,7 @@ std::string executablePath()
 {
     char buffer[PATH_MAX + 1];
     const ssize_t length = readlink("/proc/self/exe", buffer, PATH_MAX);
-    if (length <= 0)
-        return {};
+    if (length <= 0) return {};
     return std::string(buffer, static_cast<size_t>(length));
 }
 
@@ -75,16 +73,14 @@ std::string userConfigDirectory()
 {
     // Only an absolute XDG_CONFIG_HOME counts; a relative one is to be ignored.
     const char* xdg = std::getenv("XDG_CONFIG_HOME");
-    if (xdg && xdg[0] == '/')
-        return xdg;
+    if (xdg && xdg[0] == '/') return xdg;
     const char* home = std::getenv("HOME");
     if (!home || !home[0])
     {
         const passwd* entry = getpwuid(getuid());
         home = entry ? entry->pw_dir : nullptr;
     }
-    if (!home || !home[0])
-        return {};
+    if (!home || !home[0]) return {};
     return std::string(home) + "/.config";
 }
 
@@ -102,8 +98,7 @@ bool isDirectory(const std::string& path)
 
 bool makeDirectories(const std::string& path, std::string& error)
 {
-    if (path.empty() || isDirectory(path))
-        return true;
+    if (path.empty() || isDirectory(path)) return true;
     const size_t slash = path.find_last_of('/');
     if (slash != std::string::npos && slash > 0 && !makeDirectories(path.substr(0, slash), error))
         return false;
@@ -135,16 +130,14 @@ bool readFile(const std::string& path, std::vector<uint8_t>& bytes, std::string&
     for (;;)
     {
         const ssize_t got = read(fd, chunk, sizeof chunk);
-        if (got < 0 && errno == EINTR)
-            continue;
+        if (got < 0 && errno == EINTR) continue;
         if (got < 0)
         {
             error = systemError(errno);
             close(fd);
             return false;
         }
-        if (got == 0)
-            break;
+        if (got == 0) break;
         bytes.insert(bytes.end(), chunk, chunk + got);
     }
     close(fd);
@@ -160,7 +153,8 @@ bool replaceFile(const std::string& path, const void* data, size_t size, std::st
         error = systemError(errno);
         return false;
     }
-    const auto fail = [&](int code) {
+    const auto fail = [&](int code)
+    {
         close(fd);
         unlink(temporary.c_str());
         error = systemError(code);
@@ -171,15 +165,12 @@ bool replaceFile(const std::string& path, const void* data, size_t size, std::st
     while (written < size)
     {
         const ssize_t put = write(fd, bytes + written, size - written);
-        if (put < 0 && errno == EINTR)
-            continue;
-        if (put < 0)
-            return fail(errno);
+        if (put < 0 && errno == EINTR) continue;
+        if (put < 0) return fail(errno);
         written += static_cast<size_t>(put);
     }
     // mkstemp makes the file private; a document the user saves is readable as usual.
-    if (fchmod(fd, 0644) != 0 || fsync(fd) != 0)
-        return fail(errno);
+    if (fchmod(fd, 0644) != 0 || fsync(fd) != 0) return fail(errno);
     if (close(fd) != 0)
     {
         const int code = errno;

@@ -10,8 +10,7 @@ namespace
 {
 std::wstring widen(const std::string& text)
 {
-    if (text.empty())
-        return {};
+    if (text.empty()) return {};
     const int count = MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0);
     std::wstring wide(static_cast<size_t>(count), L'\0');
     MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), wide.data(), count);
@@ -20,8 +19,7 @@ std::wstring widen(const std::string& text)
 
 std::string narrow(const std::wstring& text)
 {
-    if (text.empty())
-        return {};
+    if (text.empty()) return {};
     const int count = WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0,
                                           nullptr, nullptr);
     std::string out(static_cast<size_t>(count), '\0');
@@ -33,19 +31,18 @@ std::string narrow(const std::wstring& text)
 std::string slashes(std::string path)
 {
     for (char& c : path)
-        if (c == '\\')
-            c = '/';
+        if (c == '\\') c = '/';
     return path;
 }
 
 std::string systemError(DWORD code)
 {
     wchar_t* text = nullptr;
-    FormatMessageW(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,
+    FormatMessageW(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM |
+                       FORMAT_MESSAGE_IGNORE_INSERTS,
                    nullptr, code, 0, reinterpret_cast<wchar_t*>(&text), 0, nullptr);
     std::wstring message = text ? text : L"unknown error";
-    if (text)
-        LocalFree(text);
+    if (text) LocalFree(text);
     while (!message.empty() && (message.back() == L'\n' || message.back() == L'\r' || message.back() == L'.'))
         message.pop_back();
     return narrow(message);
@@ -75,8 +72,7 @@ void* findSymbol(Library* library, const char* name)
 
 void closeLibrary(Library* library)
 {
-    if (!library)
-        return;
+    if (!library) return;
     FreeLibrary(library->handle);
     delete library;
 }
@@ -97,8 +93,7 @@ std::string executablePath()
     for (;;)
     {
         const DWORD length = GetModuleFileNameW(nullptr, buffer.data(), static_cast<DWORD>(buffer.size()));
-        if (length == 0)
-            return {};
+        if (length == 0) return {};
         if (length < buffer.size())
         {
             buffer.resize(length);
@@ -128,8 +123,7 @@ bool isDirectory(const std::string& path)
 
 bool makeDirectories(const std::string& path, std::string& error)
 {
-    if (path.empty() || isDirectory(path))
-        return true;
+    if (path.empty() || isDirectory(path)) return true;
     const size_t slash = path.find_last_of("/\\");
     if (slash != std::string::npos && slash > 0 && path[slash - 1] != ':' &&
         !makeDirectories(path.substr(0, slash), error))
@@ -162,8 +156,7 @@ bool readFile(const std::string& path, std::vector<uint8_t>& bytes, std::string&
             CloseHandle(file);
             return false;
         }
-        if (got == 0)
-            break;
+        if (got == 0) break;
         bytes.insert(bytes.end(), chunk, chunk + got);
     }
     CloseHandle(file);
@@ -174,8 +167,8 @@ bool replaceFile(const std::string& path, const void* data, size_t size, std::st
 {
     const std::wstring target = widen(path);
     const std::wstring temporary = target + L".tmp" + std::to_wstring(GetCurrentProcessId());
-    HANDLE file = CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL,
-                              nullptr);
+    HANDLE file = CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                              FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE)
     {
         error = systemError(GetLastError());
@@ -191,11 +184,11 @@ bool replaceFile(const std::string& path, const void* data, size_t size, std::st
         ok = WriteFile(file, bytes + written, part, &put, nullptr) != 0;
         written += put;
     }
-    if (ok)
-        ok = FlushFileBuffers(file) != 0;
+    if (ok) ok = FlushFileBuffers(file) != 0;
     DWORD code = ok ? 0 : GetLastError();
     CloseHandle(file);
-    if (ok && !MoveFileExW(temporary.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH))
+    if (ok &&
+        !MoveFileExW(temporary.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH))
     {
         ok = false;
         code = GetLastError();

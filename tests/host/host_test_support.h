@@ -27,8 +27,7 @@ public:
         for (;;)
         {
             path = base / ("tremolin-host-test-" + std::to_string(seed()));
-            if (std::filesystem::create_directory(path))
-                break;
+            if (std::filesystem::create_directory(path)) break;
         }
     }
     ~TempFolder()
@@ -70,8 +69,8 @@ struct CommandResult
 inline CommandResult run(const TempFolder& folder, const std::string& commandLine)
 {
     const std::string out = folder.file(".out"), err = folder.file(".err"), code = folder.file(".code");
-    const std::string line = "cd '" + folder.path.string() + "' && { " + commandLine + " ; } >'" + out + "' 2>'" +
-                             err + "'; echo $? >'" + code + "'";
+    const std::string line = "cd '" + folder.path.string() + "' && { " + commandLine + " ; } >'" + out +
+                             "' 2>'" + err + "'; echo $? >'" + code + "'";
     std::system(line.c_str());
     CommandResult result;
     result.exitCode = std::atoi(readText(code).c_str());
@@ -97,8 +96,7 @@ inline std::vector<std::string> midiEvents(const TempFolder& folder, const std::
     {
         // "1, 480, Note_on_c, 0, 60, 100": drop the track number.
         const size_t comma = line.find(", ");
-        if (comma == std::string::npos)
-            continue;
+        if (comma == std::string::npos) continue;
         const std::string rest = line.substr(comma + 2);
         if (rest.find("_c, ") != std::string::npos)
             events.push_back(rest);

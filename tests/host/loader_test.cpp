@@ -109,10 +109,12 @@ TEST(ModuleLoader, EveryFailureIsOneSentenceAndNoCrash)
     auto refusing = PluginModule::load(fake(2), error);
     ASSERT_TRUE(refusing) << error;
     EXPECT_EQ(refusing->instantiate(kMidiSeqClassId, error), nullptr);
-    EXPECT_EQ(error, "The module '" + fake(2) + "' refused to create its class " + bracedText(kMidiSeqClassId) + ".");
+    EXPECT_EQ(error, "The module '" + fake(2) + "' refused to create its class " +
+                         bracedText(kMidiSeqClassId) + ".");
     const FUID other(0x01234567, 0x89ABCDEF, 0x01234567, 0x89ABCDEF);
     EXPECT_EQ(refusing->instantiate(other, error), nullptr);
-    EXPECT_EQ(error, "The module '" + fake(2) + "' has no effect class {01234567-89AB-CDEF-0123-456789ABCDEF}.");
+    EXPECT_EQ(error,
+              "The module '" + fake(2) + "' has no effect class {01234567-89AB-CDEF-0123-456789ABCDEF}.");
     refusing.reset();
     EXPECT_EQ(log.text(), "InitDll\nfactory\nfactory-released\nExitDll\nunloaded\n");
 }

@@ -23,9 +23,9 @@ const std::string kDemo = TREMOLIN_SOURCE_DIR "/examples/demo.tremolin";
 
 int count(const std::vector<std::string>& events, const std::string& kind)
 {
-    return static_cast<int>(std::count_if(events.begin(), events.end(), [&](const std::string& e) {
-        return e.find(kind) != std::string::npos;
-    }));
+    return static_cast<int>(std::count_if(events.begin(), events.end(),
+                                          [&](const std::string& e)
+                                          { return e.find(kind) != std::string::npos; }));
 }
 
 template <class T> T* face(FUnknown* object)
@@ -38,24 +38,24 @@ template <class T> T* face(FUnknown* object)
 TEST(ModuleEndToEnd, DemoRendersToAMidiFileWithItsFourPatterns)
 {
     hosttest::TempFolder folder;
-    const auto result = hosttest::run(folder, "'" + std::string(TREMOLIN_HOST_PROGRAM) + "' render --module '" +
-                                                  kModule + "' --project '" + kDemo +
-                                                  "' --settings settings --bars 16 --switch 5:C#1 9:D1 13:D#1 "
-                                                  "--out demo.mid");
+    const auto result =
+        hosttest::run(folder, "'" + std::string(TREMOLIN_HOST_PROGRAM) + "' render --module '" + kModule +
+                                  "' --project '" + kDemo +
+                                  "' --settings settings --bars 16 --switch 5:C#1 9:D1 13:D#1 "
+                                  "--out demo.mid");
     ASSERT_EQ(result.exitCode, 0) << result.err;
     const std::vector<std::string> events = hosttest::midiEvents(folder, folder.file("demo.mid"));
     ASSERT_FALSE(events.empty());
     // Bar 1, the bass: C1 tied over two sixteenths (gate 1 on the tie: 240 ticks), a C2 of gate
     // 0.3 (36 ticks), with the resonance lane (controller 71) on every step that has a value.
     const std::vector<std::string> bar1(events.begin(), events.begin() + 10);
-    EXPECT_EQ(bar1, (std::vector<std::string>{
-                        "0, Note_on_c, 0, 36, 120", "0, Control_c, 0, 71, 30", "120, Control_c, 0, 71, 38",
-                        "240, Note_off_c, 0, 36, 0", "360, Note_on_c, 0, 48, 90", "360, Control_c, 0, 71, 46",
-                        "396, Note_off_c, 0, 48, 0", "480, Note_on_c, 0, 36, 110", "480, Control_c, 0, 71, 54",
-                        "540, Note_off_c, 0, 36, 0"}));
-    const auto has = [&](const std::string& event) {
-        return std::find(events.begin(), events.end(), event) != events.end();
-    };
+    EXPECT_EQ(bar1, (std::vector<std::string>{"0, Note_on_c, 0, 36, 120", "0, Control_c, 0, 71, 30",
+                                              "120, Control_c, 0, 71, 38", "240, Note_off_c, 0, 36, 0",
+                                              "360, Note_on_c, 0, 48, 90", "360, Control_c, 0, 71, 46",
+                                              "396, Note_off_c, 0, 48, 0", "480, Note_on_c, 0, 36, 110",
+                                              "480, Control_c, 0, 71, 54", "540, Note_off_c, 0, 36, 0"}));
+    const auto has = [&](const std::string& event)
+    { return std::find(events.begin(), events.end(), event) != events.end(); };
     EXPECT_TRUE(has("7680, Note_on_c, 0, 60, 110")) << "bar 5 switched to the arpeggio";
     EXPECT_TRUE(has("7680, Control_c, 0, 74, 24")) << "with the brightness lane";
     EXPECT_TRUE(has("15360, Note_on_c, 0, 67, 115")) << "bar 9: the stabs";

@@ -51,8 +51,7 @@ Project plausibleProject(std::mt19937& random)
         pattern.swing = value(random) % 101;
         for (ProjectStep& step : pattern.steps)
         {
-            if (value(random) % 3)
-                continue;
+            if (value(random) % 3) continue;
             step.note = note(random);
             step.velocity = value(random);
             step.gate = static_cast<float>(gatePercent(random)) / 100.0f;
@@ -85,8 +84,7 @@ TEST(ProjectText, NoteNamesFollowTheModulesOctaves)
     int32_t note = 0;
     for (const char* wrong : {"H3", "E#3", "C0", "c3", "C+3", "C#", "3", "", "Cb3", "C3x"})
     {
-        if (std::string(wrong) == "C#")
-            continue; // a real name: C# of octave 0
+        if (std::string(wrong) == "C#") continue; // a real name: C# of octave 0
         EXPECT_FALSE(parseNoteName(wrong, note)) << wrong;
     }
     ASSERT_TRUE(parseNoteName("C#", note));

@@ -83,14 +83,16 @@ TEST(RenderProgram, FailsWithOneSentenceAndLeavesNoFileBehind)
         std::string message;
     };
     const Case cases[] = {
-        {"--module missing.so --project good.tremolin --out x.mid", "The module file 'missing.so' does not exist."},
+        {"--module missing.so --project good.tremolin --out x.mid",
+         "The module file 'missing.so' does not exist."},
         {"--module text.so --project good.tremolin --out x.mid", "can't be loaded as a module"},
         {"--module '" + kFake + "' --project refused.tremolin --out x.mid",
          "The module refused the project's chunk."},
         {"--module '" + kFake + "' --project bad.tremolin --out x.mid",
          "The project file 'bad.tremolin' has an error on line 2: 'X9' is not a note"},
         {"--module '" + kFake + "' --project none.tremolin --out x.mid", "Can't read the project file"},
-        {"--module '" + kFake + "' --project good.tremolin --out no/such/x.mid", "Can't write 'no/such/x.mid': "},
+        {"--module '" + kFake + "' --project good.tremolin --out no/such/x.mid",
+         "Can't write 'no/such/x.mid': "},
     };
     for (const Case& c : cases)
     {
@@ -103,11 +105,12 @@ TEST(RenderProgram, FailsWithOneSentenceAndLeavesNoFileBehind)
     // Only what the test put there: no output and no temporary file.
     std::vector<std::string> names = folder.names();
     std::sort(names.begin(), names.end());
-    EXPECT_EQ(names, (std::vector<std::string>{"bad.tremolin", "good.tremolin", "refused.tremolin", "text.so"}));
+    EXPECT_EQ(names,
+              (std::vector<std::string>{"bad.tremolin", "good.tremolin", "refused.tremolin", "text.so"}));
 
     // A command line that can't be followed is a usage error.
-    for (const char* arguments : {"--bars 0 --print", "--switch 9:C1 --bars 4 --print", "--tempo fast --print",
-                                         "--project good.tremolin", "--colour red --print"})
+    for (const char* arguments : {"--bars 0 --print", "--switch 9:C1 --bars 4 --print",
+                                  "--tempo fast --print", "--project good.tremolin", "--colour red --print"})
     {
         const auto result = run(folder, program + arguments);
         EXPECT_EQ(result.exitCode, 2) << arguments;
@@ -132,11 +135,13 @@ TEST(ProjectProgram, ConvertsBetweenChunkAndTextAndRefusesDamage)
     EXPECT_EQ(hosttest::readText(folder.file("again.chunk")), hosttest::readText(folder.file("song.chunk")));
 
     // A damaged input leaves the old output as it was.
-    hosttest::writeText(folder.file("broken.chunk"), hosttest::readText(folder.file("song.chunk")).substr(0, 9000));
+    hosttest::writeText(folder.file("broken.chunk"),
+                        hosttest::readText(folder.file("song.chunk")).substr(0, 9000));
     result = run(folder, program + "export broken.chunk song.tremolin");
     EXPECT_EQ(result.exitCode, 1);
-    EXPECT_EQ(result.err, "tremolin-host: The project file 'broken.chunk' is a damaged chunk: it has 9000 bytes "
-                          "instead of 156140.\n");
+    EXPECT_EQ(result.err,
+              "tremolin-host: The project file 'broken.chunk' is a damaged chunk: it has 9000 bytes "
+              "instead of 156140.\n");
     EXPECT_EQ(hosttest::readText(folder.file("song.tremolin")), writeProjectText(project));
     EXPECT_EQ(run(folder, program + "export song.chunk").exitCode, 2);
 }
@@ -145,7 +150,8 @@ TEST(HostTrack, GridStartsAtTheBarOrAtZeroAndEventsAreChecked)
 {
     auto* track = new HostMidiTrack;
     HostGridInfo info;
-    const std::pair<int32_t, int32_t> barStarts[] = {{0, 0}, {1919, 0}, {1920, 1920}, {5000, 3840}, {-1, -1920}};
+    const std::pair<int32_t, int32_t> barStarts[] = {
+        {0, 0}, {1919, 0}, {1920, 1920}, {5000, 3840}, {-1, -1920}};
     for (const auto& [tick, origin] : barStarts)
     {
         track->getGridInfo(tick, &info);
@@ -182,15 +188,16 @@ TEST(MidiTimeline, NoteOffsBeforeNewNotesAndBlocksFromTheTempo)
 {
     // Note 60 sent twice at 0 (overlap), a controller, an out-of-range note, loud values.
     const std::vector<TrackEvent> events = {
-        {0x90, 60, 100, 120, 120, false}, {0x90, 60, 90, 240, 0, false},  {0xB1, 74, 300, 0, 120, false},
+        {0x90, 60, 100, 120, 120, false}, {0x90, 60, 90, 240, 0, false},   {0xB1, 74, 300, 0, 120, false},
         {0x90, 128, 100, 10, 0, false},   {0x90, 61, -5, -10, 240, false},
     };
     std::vector<std::string> text;
     for (const MidiMessage& m : midiTimeline(events))
-        text.push_back(std::to_string(m.tick) + ":" + std::to_string(m.status) + "/" + std::to_string(m.data1) + "/" +
-                       std::to_string(m.data2));
-    EXPECT_EQ(text, (std::vector<std::string>{"0:144/60/90", "120:144/60/100", "120:177/74/127", "240:128/60/0",
-                                              "240:128/60/0", "240:144/61/0", "240:128/61/0"}));
+        text.push_back(std::to_string(m.tick) + ":" + std::to_string(m.status) + "/" +
+                       std::to_string(m.data1) + "/" + std::to_string(m.data2));
+    EXPECT_EQ(text,
+              (std::vector<std::string>{"0:144/60/90", "120:144/60/100", "120:177/74/127", "240:128/60/0",
+                                        "240:128/60/0", "240:144/61/0", "240:128/61/0"}));
 
     EXPECT_EQ(blockTicks(120.0), 11);
     EXPECT_EQ(blockTicks(60.0), 5);

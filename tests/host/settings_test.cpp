@@ -28,8 +28,7 @@ struct ScopedEnvironment
     {
         const char* old = std::getenv(name);
         had = old != nullptr;
-        if (old)
-            previous = old;
+        if (old) previous = old;
         if (value)
             setenv(name, value, 1);
         else

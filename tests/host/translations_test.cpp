@@ -72,7 +72,8 @@ TEST(TemplateRegistry, TranslatesFromRegisteredTablesUntilTheyAreTakenBack)
 {
     auto* registry = new TemplateRegistry;
     int32_t first = 0, second = 0;
-    ASSERT_EQ(registry->registerTemplate(kTable.data(), static_cast<int32_t>(kTable.size()), &first), kResultOk);
+    ASSERT_EQ(registry->registerTemplate(kTable.data(), static_cast<int32_t>(kTable.size()), &first),
+              kResultOk);
     EXPECT_EQ(registry->translate("Controller Setup", "de"), u"Controller Einstellungen");
     EXPECT_EQ(registry->translate("Gate & Velocity", "de"), u"Gate & Anschlagst\u00e4rke \u20ac")
         << "windows-1252 bytes and entities decoded";

@@ -1,6 +1,6 @@
 #include "host/hostcontext.h"
-#include "host/hostvalue.h"
 #include "host/hosttext.h"
+#include "host/hostvalue.h"
 #include "module/pluginterfaces.h"
 
 #include <gtest/gtest.h>
@@ -32,8 +32,7 @@ public:
     tresult valueChanged(IHostValue* value, int32_t tag) override
     {
         heard.push_back({value, tag, value->getInt()});
-        if (onChange)
-            onChange(value, tag);
+        if (onChange) onChange(value, tag);
         return kResultOk;
     }
 
@@ -52,8 +51,7 @@ struct ValueRef
     explicit ValueRef(const FUID& kind) : value(HostValue::create(kind)) {}
     ~ValueRef()
     {
-        if (value)
-            value->release();
+        if (value) value->release();
     }
     HostValue* operator->() const { return value; }
     HostValue* value;
@@ -140,11 +138,10 @@ TEST(HostValues, ListenerMayChangeOtherValuesWhileBeingTold)
     length->setMaxInt(32);
     select->bindController(&controller, 3);
     length->bindController(&controller, 0);
-    controller.onChange = [&](IHostValue* value, int32_t tag) {
-        if (tag == 3)
-            length->setInt(value->getInt() % 32);
-        if (tag == 0)
-            select->setInt(select->getInt()); // no change: must not recurse
+    controller.onChange = [&](IHostValue* value, int32_t tag)
+    {
+        if (tag == 3) length->setInt(value->getInt() % 32);
+        if (tag == 0) select->setInt(select->getInt()); // no change: must not recurse
     };
     select->setInt(5);
     ASSERT_EQ(controller.heard.size(), 2u);
@@ -205,9 +202,8 @@ TEST(HostValues, ControllerValuesListTheMidiControllersByName)
 {
     ValueRef controller(IHostControllerValue::iid);
     const std::pair<int32_t, const char*> named[] = {
-        {0, "Bank Select"}, {1, "Modulation"}, {7, "Volume"},     {10, "Pan"},
-        {11, "Expression"}, {64, "Sustain"},   {71, "Resonance"}, {74, "Brightness"},
-        {3, "Controller 3"}, {127, "Poly Mode On"},
+        {0, "Bank Select"}, {1, "Modulation"}, {7, "Volume"},      {10, "Pan"},         {11, "Expression"},
+        {64, "Sustain"},    {71, "Resonance"}, {74, "Brightness"}, {3, "Controller 3"}, {127, "Poly Mode On"},
     };
     for (const auto& [number, name] : named)
     {
@@ -260,8 +256,8 @@ TEST(HostContextFactory, MakesEveryKindAndTheHostObjectsAndRefusesTheRest)
     hostkit::HostOptions options;
     options.offerControllerValues = false;
     auto* context = new hostkit::HostContext(options);
-    const FUID kinds[] = {IHostIntValue::iid,  IHostBoolValue::iid,  IHostListValue::iid,
-                          IHostFloatValue::iid, IHostStringValue::iid, IHostSettings::iid,
+    const FUID kinds[] = {IHostIntValue::iid,       IHostBoolValue::iid,        IHostListValue::iid,
+                          IHostFloatValue::iid,     IHostStringValue::iid,      IHostSettings::iid,
                           IHostStringSettings::iid, IHostTemplateRegistry::iid, IHostTemplateDialog::iid};
     for (const FUID& kind : kinds)
     {
@@ -278,7 +274,8 @@ TEST(HostContextFactory, MakesEveryKindAndTheHostObjectsAndRefusesTheRest)
     EXPECT_EQ(context->values().size(), 5u);
 
     // The context answers its own faces and the track.
-    for (const FUID& face : {IHostContext::iid, IHostPlugSite::iid, IHostObjectFactory::iid, IHostMidiTrack::iid})
+    for (const FUID& face :
+         {IHostContext::iid, IHostPlugSite::iid, IHostObjectFactory::iid, IHostMidiTrack::iid})
     {
         ASSERT_EQ(context->queryInterface(face, &object), kResultOk);
         static_cast<FUnknown*>(object)->release();

@@ -25,8 +25,7 @@ namespace
 void logStep(const char* step)
 {
     const char* path = std::getenv("TREMOLIN_FAKE_LOG");
-    if (!path)
-        return;
+    if (!path) return;
     if (FILE* file = std::fopen(path, "a"))
     {
         std::fprintf(file, "%s\n", step);
@@ -42,8 +41,7 @@ struct Unloading
 template <class T> T* query(FUnknown* object)
 {
     void* face = nullptr;
-    if (!object || object->queryInterface(T::iid, &face) != kResultOk)
-        return nullptr;
+    if (!object || object->queryInterface(T::iid, &face) != kResultOk) return nullptr;
     return static_cast<T*>(face);
 }
 
@@ -69,8 +67,7 @@ public:
     uint32_t addRef() override { return ++references; }
     uint32_t release() override
     {
-        if (--references)
-            return references;
+        if (--references) return references;
         logStep("released");
         delete this;
         return 0;
@@ -81,8 +78,7 @@ public:
         logStep("initialize");
         track = query<IHostMidiTrack>(context);
         IHostObjectFactory* factory = query<IHostObjectFactory>(context);
-        if (!track || !factory)
-            return kInvalidArgument;
+        if (!track || !factory) return kInvalidArgument;
         void* object = nullptr;
         if (factory->createObject(IHostIntValue::iid, &object) == kResultOk)
         {
@@ -98,10 +94,8 @@ public:
     tresult terminate() override
     {
         logStep("terminate");
-        if (select)
-            select->release();
-        if (track)
-            track->release();
+        if (select) select->release();
+        if (track) track->release();
         select = nullptr;
         track = nullptr;
         return kResultOk;
@@ -110,8 +104,7 @@ public:
     tresult setMode(int32_t) override { return kResultOk; }
     tresult processEvent(HostMidiEvent* event) override
     {
-        if (track->eventStatus(event) == 144)
-            note = track->eventData1(event);
+        if (track->eventStatus(event) == 144) note = track->eventData1(event);
         return kResultOk;
     }
     tresult processRange(int32_t from, int32_t to) override
@@ -144,8 +137,7 @@ public:
     }
     tresult valueChanged(IHostValue* value, int32_t tag) override
     {
-        if (tag == 3)
-            note = 59 + value->getInt();
+        if (tag == 3) note = 59 + value->getInt();
         return kResultOk;
     }
 
@@ -156,19 +148,16 @@ public:
     }
     tresult setChunk(const void* data, int32_t size) override
     {
-        if (!data || size != 156140)
-            return kResultFalse;
+        if (!data || size != 156140) return kResultFalse;
         const auto* bytes = static_cast<const uint8_t*>(data) + 156008;
         const int32_t current = (bytes[0] << 24) | (bytes[1] << 16) | (bytes[2] << 8) | bytes[3];
-        if (current == 199)
-            return kResultFalse;
+        if (current == 199) return kResultFalse;
         note = 60 + current;
         return kResultOk;
     }
     tresult getChunk(void*, int32_t* size) override
     {
-        if (size)
-            *size = 0;
+        if (size) *size = 0;
         return kResultOk;
     }
 
@@ -205,8 +194,7 @@ public:
     uint32_t addRef() override { return ++references; }
     uint32_t release() override
     {
-        if (--references)
-            return references;
+        if (--references) return references;
         logStep("factory-released");
         delete this;
         return 0;
@@ -221,8 +209,7 @@ public:
     int32_t getClassCount() override { return 1; }
     tresult getClassRecord(int32_t index, PClassRecord* record) override
     {
-        if (index != 0 || !record)
-            return kInvalidArgument;
+        if (index != 0 || !record) return kInvalidArgument;
         std::memset(record, 0, sizeof *record);
         kMidiSeqClassId.copyTo(record->classId);
         record->cardinality = 0x7FFFFFFF;
@@ -234,8 +221,7 @@ public:
     tresult instantiate(const TUID classId, const TUID iid, void** obj) override
     {
         *obj = nullptr;
-        if (FAKE_KIND == 2 || !kMidiSeqClassId.equals(classId))
-            return kNoInterface;
+        if (FAKE_KIND == 2 || !kMidiSeqClassId.equals(classId)) return kNoInterface;
         FakeEffect* effect = new FakeEffect;
         const tresult result = effect->queryInterface(iid, obj);
         effect->release();

@@ -11,20 +11,21 @@
 //     current 3
 //
 //     pattern 1  length 16  quantize 1/16  swing 0
-//     # step  note  vel   gate  cc1  cc2  tie
-//          1  C1    110   0.5     0    0  -
-//          2  C1    110   1       0    0  tie
-//          5  D#1    90   0.25   64    0  -
+//     # step  note   vel  gate    cc1  cc2  tie
+//          1  C1     110  0.5       0    0  -
+//          2  C1     110  1         0    0  tie
+//          5  D#1     90  0.25     64    0  -
 //
 // `current N` is the selected pattern, counted from 1. `pattern N` (1..200) starts a pattern;
 // `length` (steps that play), `quantize` (a step's duration: 1/2 1/4 1/4T 1/8 1/8T 1/16 1/16T
 // 1/32 1/32T 1/64 1/128, or a number of ticks at 480 per quarter) and `swing` (percent) follow
-// on the same line, each optional. Each further line is one step, counted from 1 (1..32), with
-// six columns:
+// on the same line, each optional. Each further line is one step: its number, counted from 1
+// (1..32), then six columns, separated by blanks or tabs:
 //
 //   note  a name with its octave, C3 = 60: C C# D D# E F F# G G# A A# B, the octave behind it
 //         (C-1 = 12, C-2 = 0; octave 0 is written without a digit, so C = 24, C1 = 36);
-//         "-" for an empty step; any other number (outside 0..127) as it stands
+//         "-" for an empty step; a plain number is read as the note number, and numbers
+//         outside 0..127 are written that way
 //   vel   velocity
 //   gate  the part of the step that sounds, 1 = all of it; written with as many digits as the
 //         32-bit value needs to read back exactly, or as 0x followed by its eight hex digits

@@ -1,6 +1,8 @@
 # Embeds the files of a resource list ("type number file" per line, # for comments) into a
 # generated C++ source: each file is pulled in by the assembler's .incbin, so that even large
-# bitmaps cost no build time, and a table gives type, number, size and bytes.
+# bitmaps cost no build time, and a table gives type, number, size and bytes. A bitmap resource
+# (type 2) holds a BMP without its 14-byte file header, as the Windows resource compiler stores
+# it, so for those the file header is skipped.
 function(tremolin_embed_resources target list_file)
   get_filename_component(folder ${list_file} DIRECTORY)
   file(STRINGS ${list_file} lines REGEX "^[0-9]")
@@ -15,9 +17,13 @@ function(tremolin_embed_resources target list_file)
     set(number ${CMAKE_MATCH_2})
     set(file ${folder}/${CMAKE_MATCH_3})
     list(APPEND depends ${file})
+    set(skip "")
+    if(type EQUAL 2)
+      set(skip ", 14")
+    endif()
     string(APPEND body
       "__asm__(\".section .rodata\\n.balign 16\\ntremolin_resource_${index}_begin:\\n"
-      ".incbin \\\"${file}\\\"\\ntremolin_resource_${index}_end:\\n.byte 0\\n.previous\\n\");\n"
+      ".incbin \\\"${file}\\\"${skip}\\ntremolin_resource_${index}_end:\\n.byte 0\\n.previous\\n\");\n"
       "extern \"C\" const unsigned char tremolin_resource_${index}_begin[];\n"
       "extern \"C\" const unsigned char tremolin_resource_${index}_end[];\n")
     string(APPEND table

@@ -58,19 +58,29 @@ public:
         effect = module->instantiate(kMidiSeqClassId, error);
         EXPECT_TRUE(effect) << error;
         if (init)
+        {
             EXPECT_TRUE(module->initialize(effect, host, error)) << error;
+        }
         controller = face<IGenericPlugController>(effect);
         chunk = face<IPersistentChunk>(effect);
     }
     ~LoadedEffect()
     {
+        releaseFaces();
+        module->unload();
+        host->unbindValues();
+        host->release();
+    }
+
+    // The faces this fixture holds go back before the module is unloaded.
+    void releaseFaces()
+    {
         if (controller)
             controller->release();
         if (chunk)
             chunk->release();
-        module->unload();
-        host->unbindValues();
-        host->release();
+        controller = nullptr;
+        chunk = nullptr;
     }
 
     HostValue* value(const char* name)
@@ -317,6 +327,7 @@ TEST(EffectModuleTest, ParametersDriveThePatternAndTriggersActOnlyWhenSet)
     loaded.value("Reverse")->setInt(1);
     EXPECT_EQ(loaded.patternField(0, 72), first);
     loaded.value("Clear")->setInt(1);
+    loaded.value("Clear")->setInt(0);
     EXPECT_EQ(loaded.patternField(0, 72), -1);
 
     // Copy pattern 1, paste into pattern 2: the header comes along and the parameters show it.
@@ -541,6 +552,7 @@ TEST(EffectModuleTest, InitializeCopesWithHostsThatLackOptionalInterfaces)
         std::string error;
         ASSERT_TRUE(loaded.module->initialize(loaded.effect, &partial, error)) << error;
         EXPECT_EQ(loaded.effect->processRange(0, 480), kResultOk);
+        loaded.releaseFaces();
         loaded.module->unload();
         EXPECT_EQ(partial.references, 1u) << "every reference given back at terminate";
     }

@@ -2,7 +2,7 @@
 
 #include "host/hosttext.h"
 #include "host/midicontrollers.h"
-#include "module/pluginterfaces.h"
+#include "module/effectinterfaces.h"
 
 #include <cmath>
 #include <cstdio>

@@ -7,7 +7,7 @@
 
 #include "foundation/fuid.h"
 #include "module/pluginfactory.h"
-#include "module/pluginterfaces.h"
+#include "module/effectinterfaces.h"
 
 #include <memory>
 #include <string>

@@ -3,7 +3,7 @@
 #include "host/hosttext.h"
 #include "host/templateregistry.h"
 #include "host/xmlreader.h"
-#include "module/pluginterfaces.h"
+#include "module/effectinterfaces.h"
 
 #include <algorithm>
 

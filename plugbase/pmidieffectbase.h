@@ -3,7 +3,7 @@
 // What any MIDI effect of the family needs: one object with several interface faces and one
 // reference count, the host pointers, and harmless answers for everything the host may call.
 
-#include "module/pluginterfaces.h"
+#include "module/effectinterfaces.h"
 
 #include <cstdint>
 

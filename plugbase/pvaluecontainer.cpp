@@ -1,6 +1,6 @@
 #include "plugbase/pvaluecontainer.h"
 
-#include "module/pluginterfaces.h"
+#include "module/effectinterfaces.h"
 
 #include <memory>
 #include <new>

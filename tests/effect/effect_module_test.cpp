@@ -5,7 +5,7 @@
 #include "host/hostvalue.h"
 #include "host/moduleloader.h"
 #include "module/pluginfactory.h"
-#include "module/pluginterfaces.h"
+#include "module/effectinterfaces.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 #include "host/templatedialog.h"
 #include "host/templateregistry.h"
 #include "host/xmlreader.h"
-#include "module/pluginterfaces.h"
+#include "module/effectinterfaces.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include "host/hostcontext.h"
 #include "host/hosttext.h"
 #include "host/hostvalue.h"
-#include "module/pluginterfaces.h"
+#include "module/effectinterfaces.h"
 
 #include <gtest/gtest.h>
 

@@ -12,7 +12,7 @@
 // With TREMOLIN_FAKE_LOG set, each step of its life is appended to that file, one word a line.
 
 #include "module/pluginfactory.h"
-#include "module/pluginterfaces.h"
+#include "module/effectinterfaces.h"
 
 #include <cstdio>
 #include <cstdlib>

@@ -514,11 +514,15 @@ TEST(EffectModuleTest, TemplatesAndResourcesComeFromTheModuleFile)
     ui->release();
 }
 
-// A context that withholds some of its faces, as a smaller host would.
-class PartialContext : public IHostContext
+// A context that withholds some of its faces and some of the objects its factory makes, as a
+// smaller host would.
+class PartialContext : public IHostContext, public IHostObjectFactory
 {
 public:
-    PartialContext(HostContext* inner, std::vector<FUID> refused) : inner(inner), refused(std::move(refused)) {}
+    PartialContext(HostContext* inner, std::vector<FUID> refusedFaces, std::vector<FUID> refusedObjects = {})
+        : inner(inner), refused(std::move(refusedFaces)), refusedObjects(std::move(refusedObjects))
+    {
+    }
     tresult queryInterface(const TUID iid, void** obj) override
     {
         for (const FUID& id : refused)
@@ -533,13 +537,30 @@ public:
             *obj = static_cast<IHostContext*>(this);
             return kResultOk;
         }
+        if (IHostObjectFactory::iid.equals(iid))
+        {
+            addRef();
+            *obj = static_cast<IHostObjectFactory*>(this);
+            return kResultOk;
+        }
         return inner->queryInterface(iid, obj);
     }
     uint32_t addRef() override { return ++references; }
     uint32_t release() override { return --references; }
+    tresult createObject(const TUID id, void** obj) override
+    {
+        for (const FUID& kind : refusedObjects)
+            if (kind.equals(id))
+            {
+                *obj = nullptr;
+                return kNoInterface;
+            }
+        return inner->createObject(id, obj);
+    }
 
     HostContext* inner;
     std::vector<FUID> refused;
+    std::vector<FUID> refusedObjects;
     uint32_t references = 1;
 };
 
@@ -555,6 +576,23 @@ TEST(EffectModuleTest, InitializeCopesWithHostsThatLackOptionalInterfaces)
         loaded.releaseFaces();
         loaded.module->unload();
         EXPECT_EQ(partial.references, 1u) << "every reference given back at terminate";
+    }
+    // Without a translation registry, settings or a dialog it starts with the default
+    // controllers, and the setup button does nothing.
+    {
+        LoadedEffect loaded({}, false);
+        PartialContext partial(loaded.host, {},
+                               {IHostTemplateRegistry::iid, IHostSettings::iid, IHostTemplateDialog::iid});
+        std::string error;
+        ASSERT_TRUE(loaded.module->initialize(loaded.effect, &partial, error)) << error;
+        EXPECT_EQ(loaded.value("Controller1")->getInt(), 71);
+        loaded.value("Config")->setInt(1);
+        EXPECT_TRUE(loaded.host->dialogs().runs().empty());
+        loaded.value("Length")->setInt(5);
+        EXPECT_EQ(loaded.patternField(0, 768), 5) << "the effect works all the same";
+        loaded.releaseFaces();
+        loaded.module->unload();
+        EXPECT_EQ(partial.references, 1u);
     }
     // Without an object factory it refuses to start.
     {

@@ -76,7 +76,8 @@ int32_t CPluginFactory::getClassCount()
     return classCount;
 }
 
-tresult CPluginFactory::getClassRecord(int32_t index, PClassRecord* record)
+// The narrow records of a class that was given only in wide form are cleared and refused.
+template <class Record> tresult CPluginFactory::copyNarrowRecord(int32_t index, Record* record)
 {
     if (!record || !validIndex(index))
         return kInvalidArgument;
@@ -89,17 +90,14 @@ tresult CPluginFactory::getClassRecord(int32_t index, PClassRecord* record)
     return kResultOk;
 }
 
+tresult CPluginFactory::getClassRecord(int32_t index, PClassRecord* record)
+{
+    return copyNarrowRecord(index, record);
+}
+
 tresult CPluginFactory::getClassRecord2(int32_t index, PClassRecord2* record)
 {
-    if (!record || !validIndex(index))
-        return kInvalidArgument;
-    if (classes[index].wideOnly)
-    {
-        std::memset(record, 0, sizeof *record);
-        return kResultFalse;
-    }
-    std::memcpy(record, &classes[index].record, sizeof *record);
-    return kResultOk;
+    return copyNarrowRecord(index, record);
 }
 
 tresult CPluginFactory::getClassRecordW(int32_t index, PClassRecordW* record)

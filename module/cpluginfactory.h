@@ -49,6 +49,7 @@ private:
         bool wideOnly;
     };
     bool grow();
+    template <class Record> tresult copyNarrowRecord(int32_t index, Record* record);
     bool validIndex(int32_t index) const { return index >= 0 && index < classCount; }
 
     std::atomic<int32_t> referenceCount{1};

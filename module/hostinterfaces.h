@@ -157,7 +157,8 @@ public:
     virtual tresult bindController(IPlugController* listener, int32_t tag) = 0;
     virtual int32_t getKind() = 0;
     virtual int32_t getTag() = 0;
-    // With a null buffer only `length` (in 16-bit characters) is written.
+    // `length` in: the size of `text` in 16-bit characters, terminator included; out: the length
+    // of the text. With a null buffer only the length is written.
     virtual tresult getString(char16_t* text, int32_t* length) = 0;
     virtual tresult assignString(const char16_t* text, int32_t flag) = 0;
     virtual tresult assignInt(int32_t value, int32_t flag) = 0;

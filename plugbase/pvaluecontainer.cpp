@@ -30,8 +30,9 @@ template <class T> struct Queried
     T* face = nullptr;
 };
 
-// Walks the list the way every lookup does: through a heap iterator that is gone on return.
-template <class Visit> PValueEntry* findEntry(const PValueList& list, Visit matches)
+// Walks the list the way every lookup does, through a heap iterator that is gone on return,
+// until `visit` says it has found what it wanted.
+template <class Visit> PValueEntry* findEntry(const PValueList& list, Visit visit)
 {
     std::unique_ptr<TIterator<PValueEntry*>> it(const_cast<PValueList&>(list).newIterator());
     if (!it)
@@ -39,10 +40,19 @@ template <class Visit> PValueEntry* findEntry(const PValueList& list, Visit matc
     while (!it->isDone())
     {
         PValueEntry* entry = it->next();
-        if (entry && matches(*entry))
+        if (entry && entry->value && visit(*entry))
             return entry;
     }
     return nullptr;
+}
+
+// Every entry, in order of adding.
+template <class Visit> void forEachEntry(const PValueList& list, Visit visit)
+{
+    findEntry(list, [&visit](PValueEntry& entry) {
+        visit(entry.value, entry.name.text8());
+        return false;
+    });
 }
 } // namespace
 
@@ -227,7 +237,7 @@ void PValueContainer::addUnboundValue(IHostValue* value, const char* name)
 
 IHostValue* PValueContainer::getValueByTag(int32_t tag) const
 {
-    PValueEntry* entry = findEntry(*list, [tag](PValueEntry& e) { return e.value && e.value->getTag() == tag; });
+    PValueEntry* entry = findEntry(*list, [tag](PValueEntry& e) { return e.value->getTag() == tag; });
     return entry ? entry->value : nullptr;
 }
 
@@ -288,14 +298,7 @@ bool PValueContainer::storeValues(const char* section, IHostSettings* given)
         return false;
     {
         Queried<IHostStringSettings> strings(settings);
-        std::unique_ptr<TIterator<PValueEntry*>> it(list->newIterator());
-        while (it && !it->isDone())
-        {
-            PValueEntry* entry = it->next();
-            if (!entry || !entry->value)
-                continue;
-            IHostValue* value = entry->value;
-            const char* key = entry->name.text8();
+        forEachEntry(*list, [&](IHostValue* value, const char* key) {
             switch (value->getKind())
             {
             case IHostValue::kKindInt:
@@ -310,23 +313,19 @@ bool PValueContainer::storeValues(const char* section, IHostSettings* given)
                 {
                     int32_t length = 0;
                     value->getString(nullptr, &length);
-                    if (length < 1)
-                    {
-                        strings->writeString(section, key, u"");
-                    }
-                    else
-                    {
-                        std::vector<char16_t> text(static_cast<size_t>(length) + 1, 0);
-                        value->getString(text.data(), &length);
-                        text.back() = 0;
-                        strings->writeString(section, key, text.data());
-                    }
+                    std::vector<char16_t> text(static_cast<size_t>(length < 1 ? 1 : length + 1), 0);
+                    // In: the buffer's size with room for the terminator; out: the length.
+                    int32_t size = static_cast<int32_t>(text.size());
+                    if (length >= 1)
+                        value->getString(text.data(), &size);
+                    text.back() = 0;
+                    strings->writeString(section, key, text.data());
                 }
                 break;
             default:
                 break;
             }
-        }
+        });
     }
     settings->release();
     return true;
@@ -339,14 +338,7 @@ bool PValueContainer::restoreValues(const char* section, int32_t flag, IHostSett
         return false;
     {
         Queried<IHostStringSettings> strings(settings);
-        std::unique_ptr<TIterator<PValueEntry*>> it(list->newIterator());
-        while (it && !it->isDone())
-        {
-            PValueEntry* entry = it->next();
-            if (!entry || !entry->value)
-                continue;
-            IHostValue* value = entry->value;
-            const char* key = entry->name.text8();
+        forEachEntry(*list, [&](IHostValue* value, const char* key) {
             switch (value->getKind())
             {
             case IHostValue::kKindInt:
@@ -374,7 +366,7 @@ bool PValueContainer::restoreValues(const char* section, int32_t flag, IHostSett
             default:
                 break;
             }
-        }
+        });
     }
     settings->release();
     return true;

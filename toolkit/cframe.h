@@ -153,5 +153,8 @@ int32_t platformEventDescriptor();
 // Dispatches every waiting event to its frame and paints what was damaged, after waiting up to
 // waitMilliseconds for the first one. True if anything was dispatched.
 bool processPlatformEvents(int32_t waitMilliseconds = 0);
+// Paints what was damaged in the toolkit's windows without handling any other event: safe from
+// inside an event handler, such as a long mouse loop.
+void paintPlatformDamage();
 
 } // namespace Plexel

@@ -1,5 +1,9 @@
 #include "midiplugs/midiseq/pmidiseq.h"
 
+#if TREMOLIN_WITH_EDITOR
+#include "midiplugs/midiseq/psequencerview.h"
+#endif
+
 #include "foundation/fstreams.h"
 #include "midiplugs/midiseq/seqeditorlink.h"
 #include "module/pluginfactory.h"
@@ -93,7 +97,11 @@ PMidiSeq::PMidiSeq()
     capabilities = 1;
 }
 
-PMidiSeq::~PMidiSeq() = default;
+PMidiSeq::~PMidiSeq()
+{
+    if (view)
+        view->effectClosed();
+}
 
 FUnknown* PMidiSeq::create(void*)
 {
@@ -115,6 +123,30 @@ tresult PMidiSeq::queryInterface(const TUID iid, void** obj)
 IHostValue* PMidiSeq::valueOf(int32_t tag) const
 {
     return values ? values->getValueByTag(tag) : nullptr;
+}
+
+tresult PMidiSeq::createView(const char* name, const PViewRect* rect, IPlugView** out)
+{
+    if (!out)
+        return kInvalidArgument;
+    *out = nullptr;
+#if TREMOLIN_WITH_EDITOR
+    if (!name || !rect || std::strcmp(name, "SequencerView") != 0)
+        return kResultFalse;
+    // The frame takes the template's size; its corner is always at the origin.
+    const Plexel::CRect size(0, 0, rect->right - rect->left, rect->bottom - rect->top);
+    auto* editor = new (std::nothrow) PSequencerView(size, this);
+    if (!editor)
+        return kResultFalse;
+    view = editor;
+    *out = editor;
+    return kResultOk;
+#else
+    // This build has no window system to put an editor in.
+    (void)name;
+    (void)rect;
+    return kResultFalse;
+#endif
 }
 
 int32_t PMidiSeq::currentLength()
@@ -396,7 +428,7 @@ void PMidiSeq::editPattern(int32_t tag)
     if (!view)
         return;
     if (tag == kTagShiftOctaveUp || tag == kTagShiftOctaveDown)
-        view->fitNotes();
+        view->fitNotes(false);
     view->redrawTies();
     view->redrawNotes();
     view->redrawBars();
@@ -420,7 +452,7 @@ void PMidiSeq::refreshAll()
         view->redrawNotes();
         view->redrawBars();
         if (!view->hasVisibleNotes())
-            view->fitNotes();
+            view->fitNotes(false);
     }
 }
 

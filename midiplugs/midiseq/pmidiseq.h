@@ -66,6 +66,8 @@ public:
     int32_t getValueCount() override;
     tresult getTemplate(const char* name, char* outName, char* buffer, int32_t* size) override;
     tresult getResource(const char* text, void* buffer, int32_t* size) override;
+    // "SequencerView": the editor of the current pattern, which the host owns.
+    tresult createView(const char* name, const PViewRect* rect, IPlugView** view) override;
 
     // IPersistentChunk
     tresult getClassId(uint8_t* classId) override;

@@ -11,13 +11,17 @@ public:
     virtual void redrawNotes() = 0;
     virtual void redrawTies() = 0;
     virtual void redrawBars() = 0;
-    // Scrolls the note grid so that the highest note of the pattern is in sight.
-    virtual void fitNotes() = 0;
+    // Scrolls the note grid so that the highest note of the pattern comes to the top row, or
+    // with `toLowest` the lowest note to the bottom row.
+    virtual void fitNotes(bool toLowest) = 0;
     virtual bool hasVisibleNotes() = 0;
-    // The lowest and highest note on screen.
-    virtual void visibleNotes(int32_t& lowNote, int32_t& highNote) = 0;
+    // The lowest and highest note on screen; false, and nothing written, while no window shows
+    // the editor.
+    virtual bool visibleNotes(int32_t& lowNote, int32_t& highNote) = 0;
     virtual void selectLane(int32_t lane) = 0;
     virtual void toggleAbout() = 0;
+    // The effect goes before the view that the host still holds: the view lets go of it.
+    virtual void effectClosed() = 0;
 
 protected:
     ~PSeqEditorLink() = default;

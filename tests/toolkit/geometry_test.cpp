@@ -80,10 +80,3 @@ TEST(GeometryTest, ColoursReachThePlatformAsAlphaRedGreenBlue)
     EXPECT_EQ(kColorTransparent.alpha, 0);
     EXPECT_NE(kColorTransparent, kColorWhite);
 }
-
-// The drawing and window libraries keep caches for the life of the process, which the leak
-// checker of the sanitizer builds would otherwise report at exit.
-extern "C" __attribute__((visibility("default"), used)) const char* __lsan_default_suppressions()
-{
-    return "leak:libfontconfig.so\nleak:libcairo.so\nleak:libX11.so\nleak:libpixman-1.so\n";
-}

@@ -559,6 +559,14 @@ bool processPlatformEvents(int32_t waitMilliseconds)
         any = true;
     }
     // Paint after the queue is empty, so that all damage of a burst is one repaint.
+    paintPlatformDamage();
+    return any;
+}
+
+void paintPlatformDamage()
+{
+    if (!display)
+        return;
     std::vector<FrameWindow*> pending;
     for (FrameWindow* fw : windows)
         if (fw->damaged)
@@ -566,7 +574,6 @@ bool processPlatformEvents(int32_t waitMilliseconds)
     for (FrameWindow* fw : pending)
         if (registered(fw))
             paintDamage(fw);
-    return any;
 }
 
 } // namespace Plexel

@@ -1,0 +1,20 @@
+#pragma once
+
+// What the editor base needs of the operating system, answered once per platform.
+
+#include <cstdint>
+
+namespace editorplatform
+{
+extern const char* const platformType;
+uint32_t tickCount();
+void sleepMilliseconds(uint32_t milliseconds);
+// Runs one paint that the window system holds for the editor's windows, and nothing else.
+void dispatchOnePaint();
+// Handles every event waiting for the editor's windows; a no-op where the host's own message loop
+// reaches them.
+void serviceWindows();
+// The drag-and-drop and clipboard services that an editor window may use, per editor object.
+void enterEditor();
+void leaveEditor();
+} // namespace editorplatform

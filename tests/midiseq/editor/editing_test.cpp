@@ -1,6 +1,11 @@
 #include "tests/midiseq/editor/editor_fixture.h"
 
+#include "toolkit/cbitmap.h"
+#include "toolkit/crender.h"
+
+#include <atomic>
 #include <cstring>
+#include <thread>
 
 using namespace editortest;
 
@@ -333,4 +338,35 @@ TEST_F(Editing, DetachedAndReattachedTheEditorStartsAgainAtTheOpeningRow)
     attach();
     EXPECT_EQ(view->currentLane(), kLaneGate);
     EXPECT_EQ(view->noteGrid()->firstRow(), 42);
+}
+
+TEST_F(Editing, EditsWhileTheTransportPlaysOnItsOwnThread)
+{
+    // The host's event thread plays on while the user edits; every note it plays is one the user
+    // drew at some time.
+    std::atomic<bool> stop{false};
+    std::thread transport(
+        [&]
+        {
+            int32_t tick = 0;
+            seq->reposition(0);
+            while (!stop.load())
+            {
+                seq->processRange(tick, tick + 64);
+                tick += 64;
+            }
+        });
+    for (int round = 0; round < 200; ++round)
+    {
+        click(noteCell(60 + round % 5, round % 16));
+        click(tieCell((round + 1) % 16));
+        click(CPoint(kBarsLeft + kCell * (round % 16) + 5, kBarsTop + round % 68));
+        view->onKeyDown(0, round % 2 ? kPlugKeyRight : kPlugKeyLeft, 0);
+        view->getRowCount(PSequencerView::kNoteMatrix);
+        renderToBitmap(frame)->release();
+    }
+    stop = true;
+    transport.join();
+    for (const auto& event : host->track().events())
+        if (event.isNoteOn()) ASSERT_TRUE(event.data1 >= 60 && event.data1 <= 64) << event.data1;
 }

@@ -194,22 +194,28 @@ CView* CViewContainer::childAt(int32_t index) const
     return nullptr;
 }
 
-CView* CViewContainer::viewAt(const CPoint& where, bool deep) const
+CView* CViewContainer::topChildAt(const CPoint& local) const
 {
-    if (!frameValue || !visible)
-        return nullptr;
-    CPoint local = toLocal(where);
+    // The last added lies on top; mouse areas count with their edges.
     for (ViewListNode* n = last; n; n = n->prev)
     {
         CView* child = n->view;
         const CRect& a = child->mouseArea();
-        if (!child->isVisible() || local.x < a.left || local.x > a.right || local.y < a.top || local.y > a.bottom)
-            continue;
-        if (!deep || !child->isTypeOf("CViewContainer"))
+        if (child->isVisible() && local.x >= a.left && local.x <= a.right && local.y >= a.top && local.y <= a.bottom)
             return child;
-        return static_cast<CViewContainer*>(child)->viewAt(local, deep);
     }
     return nullptr;
+}
+
+CView* CViewContainer::viewAt(const CPoint& where, bool deep) const
+{
+    if (!frameValue || !visible)
+        return nullptr;
+    const CPoint local = toLocal(where);
+    CView* child = topChildAt(local);
+    if (!child || !deep || !child->isTypeOf("CViewContainer"))
+        return child;
+    return static_cast<CViewContainer*>(child)->viewAt(local, deep);
 }
 
 CView* CViewContainer::containerAt(const CPoint& where, bool deep) const
@@ -217,18 +223,11 @@ CView* CViewContainer::containerAt(const CPoint& where, bool deep) const
     auto* self = const_cast<CViewContainer*>(this);
     if (!frameValue)
         return nullptr;
-    CPoint local = toLocal(where);
-    for (ViewListNode* n = last; n; n = n->prev)
-    {
-        CView* child = n->view;
-        const CRect& a = child->mouseArea();
-        if (!child->isVisible() || local.x < a.left || local.x > a.right || local.y < a.top || local.y > a.bottom)
-            continue;
-        if (!deep || !child->isTypeOf("CViewContainer"))
-            return self;
-        return static_cast<CViewContainer*>(child)->containerAt(local, deep);
-    }
-    return self;
+    const CPoint local = toLocal(where);
+    CView* child = topChildAt(local);
+    if (!child || !deep || !child->isTypeOf("CViewContainer"))
+        return self;
+    return static_cast<CViewContainer*>(child)->containerAt(local, deep);
 }
 
 //------------------------------------------------------------------------------------------------

@@ -99,6 +99,8 @@ protected:
     void recreateOffscreen();
     // The container's point in its children's coordinates.
     CPoint toLocal(const CPoint& where) const { return {where.x - size.left, where.y - size.top}; }
+    // The visible child on top whose mouse area holds `local`, or null.
+    CView* topChildAt(const CPoint& local) const;
 
     ViewListNode* first = nullptr;
     ViewListNode* last = nullptr;

@@ -186,6 +186,14 @@ void HostMidiTrack::clearEvents()
     output.clear();
 }
 
+std::vector<TrackEvent> HostMidiTrack::takeEvents()
+{
+    std::vector<TrackEvent> taken;
+    std::lock_guard<std::mutex> guard(mutex);
+    taken.swap(output);
+    return taken;
+}
+
 int32_t HostMidiTrack::faults()
 {
     std::lock_guard<std::mutex> guard(mutex);

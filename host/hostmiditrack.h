@@ -78,6 +78,9 @@ public:
 
     std::vector<TrackEvent> events();
     void clearEvents();
+    // The events sent since the last call, taken off the track in one step, so that a reader on
+    // another thread neither misses one nor sees one twice.
+    std::vector<TrackEvent> takeEvents();
     // Calls with an event the track never made or has already taken back; events made and
     // never given back.
     int32_t faults();

@@ -408,7 +408,7 @@ bool readProjectText(std::string_view text, Project& project, std::string& error
     return true;
 }
 
-bool loadProjectFile(const std::string& path, Project& project, std::string& error)
+bool loadProjectFile(const std::string& path, Project& project, std::string& error, bool* isChunk)
 {
     std::vector<uint8_t> bytes;
     std::string reason;
@@ -417,7 +417,9 @@ bool loadProjectFile(const std::string& path, Project& project, std::string& err
         error = "Can't read the project file '" + path + "': " + reason + ".";
         return false;
     }
-    if (looksLikeChunk(bytes.data(), bytes.size()))
+    const bool chunk = looksLikeChunk(bytes.data(), bytes.size());
+    if (isChunk) *isChunk = chunk;
+    if (chunk)
     {
         if (!decodeChunk(bytes.data(), bytes.size(), project, reason))
         {

@@ -108,8 +108,9 @@ std::string noteText(int32_t note);
 // The note of a name; false for text that is no note name.
 bool parseNoteName(std::string_view text, int32_t& note);
 
-// Either form, by content. `error` is one sentence naming the file.
-bool loadProjectFile(const std::string& path, Project& project, std::string& error);
+// Either form, by content. `error` is one sentence naming the file. `isChunk`, when given, tells
+// which form the file had, so that a program that saves it again can keep it.
+bool loadProjectFile(const std::string& path, Project& project, std::string& error, bool* isChunk = nullptr);
 // The chunk, or the text form when `asText`; through a temporary file.
 bool saveProjectFile(const std::string& path, const Project& project, bool asText, std::string& error);
 } // namespace hostkit

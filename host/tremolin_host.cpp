@@ -1,13 +1,14 @@
 // tremolin-host: the stand-in host. It loads the module file as a host does and gives users
 // commands to play a project into a MIDI file and to keep projects as chunks or as text.
 
+#include "host/editsession.h"
 #include "host/hosttext.h"
-#include "host/midicontrollers.h"
 #include "host/midifile.h"
 #include "host/moduleloader.h"
 #include "host/platform/hostplatform.h"
 #include "host/projectfile.h"
 #include "host/render.h"
+#include "host/trackeventtext.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -29,8 +30,20 @@ const char* const kUsage =
     "  tremolin-host project export CHUNKFILE TEXTFILE\n"
     "  tremolin-host project import TEXTFILE CHUNKFILE\n"
     "      converts a project between the module's chunk and the text form\n"
+    "  tremolin-host edit [--module FILE] [--project FILE] [--tempo BPM] [--settings FILE] [--print]\n"
+    "      opens the module's editor on the project (default: the demo) while the transport\n"
+    "      plays it in real time; --print lists the events as the track sends them. Keys:\n"
+    "%s"
+    "      Closing saves the project in the form it had, chunk or text, if it changed.\n"
+    "  tremolin-host snapshot --out FILE.png [--module FILE] [--project FILE] [--settings FILE]\n"
+    "      writes a picture of the module's editor showing the project (default: the demo)\n"
     "  tremolin-host info [--module FILE]\n"
     "      shows the module's factory and classes\n";
+
+void printUsage(FILE* to)
+{
+    std::fprintf(to, kUsage, editorKeysHelp().c_str());
+}
 
 // Thrown for a command line that can't be followed; main prints it with the usage.
 struct UsageError
@@ -90,6 +103,14 @@ int64_t integerArgument(const std::string& option, const std::string& text, int6
     return *value;
 }
 
+double tempoArgument(const std::string& text)
+{
+    const auto tempo = parseDouble(text);
+    if (!tempo || !(*tempo >= 20.0 && *tempo <= 999.0))
+        throw UsageError{"--tempo takes beats per minute from 20 to 999, not '" + text + "'"};
+    return *tempo;
+}
+
 PatternSwitch switchArgument(const std::string& text, int32_t bars)
 {
     const size_t colon = text.find(':');
@@ -105,40 +126,14 @@ PatternSwitch switchArgument(const std::string& text, int32_t bars)
     return change;
 }
 
-std::string position(int32_t tick)
-{
-    char text[48];
-    const int32_t bar = tick / kTicksPerBar + 1;
-    const int32_t beat = tick % kTicksPerBar / kTicksPerQuarter + 1;
-    std::snprintf(text, sizeof text, "%d.%d.%03d", bar, beat, tick % kTicksPerQuarter);
-    return text;
-}
-
 void printEvents(const std::vector<TrackEvent>& events)
 {
     std::vector<TrackEvent> sorted = events;
     std::stable_sort(sorted.begin(), sorted.end(),
                      [](const TrackEvent& a, const TrackEvent& b) { return a.time < b.time; });
-    std::printf("%8s  %-9s  %s\n", "tick", "bar", "event");
+    std::printf("%s\n", eventHeading().c_str());
     for (const TrackEvent& event : sorted)
-    {
-        std::string what;
-        if (event.isNoteOn())
-            what = "note " + noteText(event.data1) + " (" + std::to_string(event.data1) + ")  velocity " +
-                   std::to_string(event.data2) + "  length " + std::to_string(event.length);
-        else if (event.isController())
-        {
-            std::u16string name = midiControllerName(event.data1);
-            std::string narrow(name.begin(), name.end()); // the names are ASCII
-            what = "controller " + std::to_string(event.data1) + " (" + narrow + ")  value " +
-                   std::to_string(event.data2);
-        }
-        else
-            what = "status " + std::to_string(event.status) + "  " + std::to_string(event.data1) + " " +
-                   std::to_string(event.data2);
-        std::printf("%8d  %-9s  %s  channel %d\n", event.time, position(event.time).c_str(), what.c_str(),
-                    event.channel() + 1);
-    }
+        std::printf("%s\n", eventLine(event).c_str());
 }
 
 int render(const std::vector<std::string>& args)
@@ -170,13 +165,7 @@ int render(const std::vector<std::string>& args)
         else if (option == "--channel")
             options.channel = static_cast<int32_t>(integerArgument(option, value(), 1, 16)) - 1;
         else if (option == "--tempo")
-        {
-            const std::string text = value();
-            const auto tempo = parseDouble(text);
-            if (!tempo || !(*tempo >= 20.0 && *tempo <= 999.0))
-                throw UsageError{"--tempo takes beats per minute from 20 to 999, not '" + text + "'"};
-            options.tempo = *tempo;
-        }
+            options.tempo = tempoArgument(value());
         else if (option == "--switch")
         {
             switchTexts.push_back(value());
@@ -236,6 +225,76 @@ int project(const std::vector<std::string>& args)
     return 0;
 }
 
+// What edit and snapshot share: the module, the project and the settings, with their defaults.
+// Throws for an option that is none of them.
+void setupOption(const std::string& command, const std::vector<std::string>& args, size_t& i,
+                 EditorSetup& setup)
+{
+    const std::string& option = args[i];
+    std::string* target = option == "--module"     ? &setup.modulePath
+                          : option == "--project"  ? &setup.projectPath
+                          : option == "--settings" ? &setup.settingsPath
+                                                   : nullptr;
+    if (!target) throw UsageError{command + " does not know '" + option + "'"};
+    if (i + 1 >= args.size()) throw UsageError{option + " needs a value"};
+    *target = args[++i];
+}
+
+// Fills in the defaults; 0, or the exit code after saying which one can't be found.
+
+int completeSetup(EditorSetup& setup)
+{
+    if (setup.modulePath.empty()) setup.modulePath = defaultModule();
+    if (setup.modulePath.empty())
+        return fail("No module file was found beside the program; give one with --module FILE.");
+    if (setup.projectPath.empty()) setup.projectPath = defaultProject();
+    if (setup.projectPath.empty())
+        return fail(
+            "The demo project examples/demo.tremolin was not found; give a project with --project FILE.");
+    return 0;
+}
+
+int edit(const std::vector<std::string>& args)
+{
+    EditOptions options;
+    for (size_t i = 0; i < args.size(); ++i)
+    {
+        if (args[i] == "--print")
+            options.print = true;
+        else if (args[i] == "--tempo")
+        {
+            if (i + 1 >= args.size()) throw UsageError{"--tempo needs a value"};
+            options.tempo = tempoArgument(args[++i]);
+        }
+        else
+            setupOption("edit", args, i, options);
+    }
+    if (const int failed = completeSetup(options)) return failed;
+    std::string error;
+    if (!runEdit(options, error)) return fail(error);
+    return 0;
+}
+
+int snapshot(const std::vector<std::string>& args)
+{
+    SnapshotOptions options;
+    for (size_t i = 0; i < args.size(); ++i)
+    {
+        if (args[i] == "--out")
+        {
+            if (i + 1 >= args.size()) throw UsageError{"--out needs a value"};
+            options.outPath = args[++i];
+        }
+        else
+            setupOption("snapshot", args, i, options);
+    }
+    if (options.outPath.empty()) throw UsageError{"snapshot needs --out FILE.png"};
+    if (const int failed = completeSetup(options)) return failed;
+    std::string error;
+    if (!runSnapshot(options, error)) return fail(error);
+    return 0;
+}
+
 int info(const std::vector<std::string>& args)
 {
     std::string path;
@@ -264,7 +323,7 @@ int main(int argc, char** argv)
     std::vector<std::string> args(argv + 1, argv + argc);
     if (args.empty() || args[0] == "help" || args[0] == "--help" || args[0] == "-h")
     {
-        std::fputs(kUsage, args.empty() ? stderr : stdout);
+        printUsage(args.empty() ? stderr : stdout);
         return args.empty() ? 2 : 0;
     }
     const std::string command = args[0];
@@ -274,11 +333,14 @@ int main(int argc, char** argv)
         if (command == "render") return render(args);
         if (command == "project") return project(args);
         if (command == "info") return info(args);
+        if (command == "edit") return edit(args);
+        if (command == "snapshot") return snapshot(args);
         throw UsageError{"there is no command '" + command + "'"};
     }
     catch (const UsageError& usage)
     {
-        std::fprintf(stderr, "tremolin-host: %s.\n%s", usage.message.c_str(), kUsage);
+        std::fprintf(stderr, "tremolin-host: %s.\n", usage.message.c_str());
+        printUsage(stderr);
         return 2;
     }
 }

@@ -1,0 +1,56 @@
+#pragma once
+
+// The module's editor in a window of the host's: `edit` lets the user work on a project while the
+// transport plays it in real time and saves it when the window closes; `snapshot` writes a
+// picture of the editor as it opens. Until the module's own panel exists, the host lends keys to
+// the panel's parameters.
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace hostkit
+{
+struct EditorSetup
+{
+    std::string modulePath;
+    std::string projectPath;
+    std::string settingsPath; // empty: the user's settings file
+};
+
+struct EditOptions : EditorSetup
+{
+    double tempo = 120.0;
+    bool print = false; // list the events as the track sends them
+};
+
+struct SnapshotOptions : EditorSetup
+{
+    std::string outPath;
+};
+
+// A key of the host's that changes one of the module's parameters.
+struct ParameterKey
+{
+    enum class Action
+    {
+        Step,   // add `amount`, within the value's range
+        Cycle,  // move `amount` entries through a list, round at its ends
+        Trigger // press the button: 1, then back to 0
+    };
+    char key;
+    const char* parameter;
+    Action action;
+    int32_t amount;
+    const char* label; // what the window's title calls it; keys with the same label go together
+};
+
+const std::vector<ParameterKey>& parameterKeys();
+// The keys for --help, one line each, indented.
+std::string editorKeysHelp();
+std::string editorWindowTitle();
+
+// Both false with one sentence in `error`; they report on stdout what they did.
+bool runEdit(const EditOptions& options, std::string& error);
+bool runSnapshot(const SnapshotOptions& options, std::string& error);
+} // namespace hostkit

@@ -1,0 +1,107 @@
+// The editor commands where no window is involved: their refusals, and the transport that plays
+// while the user edits.
+
+#include "host/hostcontext.h"
+#include "host/livetransport.h"
+#include "host/moduleloader.h"
+#include "host/render.h"
+#include "tests/host/host_test_support.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+using namespace hostkit;
+
+namespace
+{
+const std::string kProgram = TREMOLIN_HOST_PROGRAM;
+const std::string kFake = TREMOLIN_FAKE_MODULE_DIR "/fake1.so";
+const std::string kDemo = TREMOLIN_SOURCE_DIR "/examples/demo.tremolin";
+} // namespace
+
+TEST(EditCommand, WithoutADisplayEditAndSnapshotSaySoAndTouchNothing)
+{
+    hosttest::TempFolder folder;
+    hosttest::writeText(folder.file("song.tremolin"), hosttest::readText(kDemo));
+    for (const std::string command : {"edit", "snapshot --out editor.png"})
+    {
+        const auto result =
+            hosttest::run(folder, "env -u DISPLAY '" + kProgram + "' " + command + " --module '" + kFake +
+                                      "' --project song.tremolin --settings settings");
+        EXPECT_EQ(result.exitCode, 1) << command;
+        EXPECT_EQ(result.err,
+                  "tremolin-host: There is no display for the editor's window: DISPLAY is not set.\n")
+            << command;
+    }
+    EXPECT_EQ(hosttest::readText(folder.file("song.tremolin")), hosttest::readText(kDemo));
+    EXPECT_EQ(folder.names(), std::vector<std::string>{"song.tremolin"}) << "no picture, no settings";
+
+    const auto noOut = hosttest::run(folder, "'" + kProgram + "' snapshot --module '" + kFake + "'");
+    EXPECT_EQ(noOut.exitCode, 2);
+    EXPECT_NE(noOut.err.find("snapshot needs --out FILE.png"), std::string::npos) << noOut.err;
+    const auto badTempo = hosttest::run(folder, "'" + kProgram + "' edit --tempo 1000");
+    EXPECT_EQ(badTempo.exitCode, 2);
+    EXPECT_NE(badTempo.err.find("--tempo takes beats per minute from 20 to 999"), std::string::npos);
+}
+
+TEST(LiveTransport, PlaysConsecutiveBlocksFromTickZeroUntilStopped)
+{
+    // The fake effect sends a note on every quarter from the position it was told, so gaps,
+    // repeats or a wrong start show as missing, doubled or shifted notes.
+    std::string error;
+    auto module = PluginModule::load(kFake, error);
+    ASSERT_TRUE(module) << error;
+    HostOptions options;
+    hosttest::TempFolder folder;
+    options.settingsPath = folder.file("settings");
+    auto* context = new HostContext(options);
+    IMidiEffect* effect = module->instantiate(kMidiSeqClassId, error);
+    ASSERT_TRUE(effect && module->initialize(effect, context, error)) << error;
+
+    std::mutex mutex;
+    std::condition_variable arrived;
+    std::vector<TrackEvent> heard;
+    std::thread::id listenerThread;
+    LiveTransport transport(effect, context->track(), 999.0,
+                            [&](const std::vector<TrackEvent>& events)
+                            {
+                                std::lock_guard<std::mutex> guard(mutex);
+                                listenerThread = std::this_thread::get_id();
+                                heard.insert(heard.end(), events.begin(), events.end());
+                                arrived.notify_all();
+                            });
+    const auto quarters = [&]
+    {
+        return std::count_if(heard.begin(), heard.end(),
+                             [](const TrackEvent& e) { return e.isNoteOn() && e.data1 == 60; });
+    };
+    transport.start();
+    {
+        std::unique_lock<std::mutex> lock(mutex);
+        ASSERT_TRUE(arrived.wait_for(lock, std::chrono::seconds(20), [&] { return quarters() >= 5; }));
+    }
+    transport.stop();
+    const size_t atStop = heard.size();
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    EXPECT_EQ(heard.size(), atStop) << "nothing plays after stop";
+    EXPECT_TRUE(context->track().events().empty()) << "every event went to the listener";
+    EXPECT_NE(listenerThread, std::this_thread::get_id());
+
+    int32_t expected = 0;
+    for (const TrackEvent& event : heard)
+        if (event.isNoteOn() && event.data1 == 60)
+        {
+            EXPECT_EQ(event.time, expected);
+            expected += 480;
+        }
+    EXPECT_EQ(transport.position() % blockTicks(999.0), 0);
+    EXPECT_GE(transport.position(), expected - 480);
+
+    module->unload();
+    context->release();
+}

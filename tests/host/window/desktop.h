@@ -1,0 +1,34 @@
+#pragma once
+
+// A user at the X server of the window tests, on a connection of their own: finds a program's
+// window by its title, points into it, types through the server's test extension and closes it
+// as a window manager does; and reads PNG pictures back.
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace desktop
+{
+// False when no server with the test extension can be reached through DISPLAY.
+bool connect();
+// A top-level window whose title starts with `prefix`, waiting up to `seconds` for it; 0 if none
+// came.
+uint64_t findWindow(const std::string& prefix, double seconds);
+// The window's width and height.
+void size(uint64_t window, int& width, int& height);
+// Moves the pointer into the middle of the window, where its keys go.
+void pointInto(uint64_t window);
+// Presses and releases a key by its X name ("Up", "bracketright", "Escape", "x").
+void typeKey(const std::string& name);
+// The window manager's close: WM_DELETE_WINDOW.
+void requestClose(uint64_t window);
+
+struct Picture
+{
+    int width = 0;
+    int height = 0;
+    std::vector<uint32_t> pixels; // 0xRRGGBB
+};
+bool readPng(const std::string& path, Picture& picture);
+} // namespace desktop

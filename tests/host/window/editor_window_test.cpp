@@ -1,0 +1,213 @@
+// tremolin-host edit and snapshot on a real X server: the program runs as a child process and a
+// user drives it with real key presses and the window manager's close.
+
+#include "host/projectfile.h"
+#include "tests/host/host_test_support.h"
+#include "tests/host/window/desktop.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <set>
+#include <thread>
+
+using namespace hostkit;
+
+namespace
+{
+const std::string kProgram = TREMOLIN_HOST_PROGRAM;
+const std::string kFake = TREMOLIN_FAKE_MODULE_DIR "/fake1.so";
+const std::string kDemo = TREMOLIN_SOURCE_DIR "/examples/demo.tremolin";
+const std::string kEditTitle = "Tremolin - arrows";
+
+// The program running in the background, with its output kept in a folder of its own.
+class Child
+{
+public:
+    explicit Child(const std::string& commandLine)
+    {
+        const std::string dir = "'" + state.path.string() + "'";
+        const std::string line = "( " + commandLine + " >" + dir + "/out 2>" + dir + "/err & echo $! >" +
+                                 dir + "/pid; wait $!; echo $? >" + dir + "/code.new; mv " + dir +
+                                 "/code.new " + dir + "/code ) &";
+        std::system(line.c_str());
+    }
+    ~Child()
+    {
+        if (finish(5) < 0) std::system(("kill -9 " + hosttest::readText(state.file("pid"))).c_str());
+    }
+
+    // The exit code, waiting up to `seconds`; -1 if it is still running.
+    int finish(double seconds)
+    {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+        while (!std::filesystem::exists(state.file("code")))
+        {
+            if (std::chrono::steady_clock::now() > deadline) return -1;
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+        return std::atoi(hosttest::readText(state.file("code")).c_str());
+    }
+    // True once the program has written `text` on stdout, waiting up to `seconds`.
+    bool says(const std::string& text, double seconds)
+    {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+        while (out().find(text) == std::string::npos)
+        {
+            if (std::chrono::steady_clock::now() > deadline) return false;
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+        return true;
+    }
+    std::string out() const { return hosttest::readText(state.file("out")); }
+    std::string err() const { return hosttest::readText(state.file("err")); }
+
+private:
+    hosttest::TempFolder state;
+};
+
+std::string editCommand(const hosttest::TempFolder& folder, const std::string& project,
+                        const std::string& more = {})
+{
+    return "'" + kProgram + "' edit --project '" + folder.file(project) + "' --settings '" +
+           folder.file("settings") + "' " + more;
+}
+
+// The edit window of the child, once it shows; 0 if the child ended first or nothing came.
+uint64_t editWindow(Child& child)
+{
+    for (int attempt = 0; attempt < 150; ++attempt)
+    {
+        if (const uint64_t window = desktop::findWindow(kEditTitle, 0.2)) return window;
+        if (child.finish(0) >= 0) return 0;
+    }
+    return 0;
+}
+
+Project demo()
+{
+    Project project;
+    std::string error;
+    EXPECT_TRUE(loadProjectFile(kDemo, project, error)) << error;
+    return project;
+}
+
+class EditorWindow : public ::testing::Test
+{
+protected:
+    void SetUp() override { ASSERT_TRUE(desktop::connect()) << "no X server with the test extension"; }
+};
+} // namespace
+
+TEST_F(EditorWindow, ModuleWithoutAnEditorIsRefusedAndNothingIsWritten)
+{
+    hosttest::TempFolder folder;
+    hosttest::writeText(folder.file("song.tremolin"), hosttest::readText(kDemo));
+    for (const std::string command : {"edit", "snapshot --out editor.png"})
+    {
+        const auto result = hosttest::run(folder, "'" + kProgram + "' " + command + " --module '" + kFake +
+                                                      "' --project song.tremolin --settings settings");
+        EXPECT_EQ(result.exitCode, 1) << command;
+        EXPECT_EQ(result.err,
+                  "tremolin-host: The module has no editor: its effect made no \"SequencerView\" view.\n")
+            << command;
+    }
+    EXPECT_EQ(hosttest::readText(folder.file("song.tremolin")), hosttest::readText(kDemo));
+    EXPECT_EQ(folder.names(), std::vector<std::string>{"song.tremolin"})
+        << "no picture and no temporary file";
+}
+
+TEST_F(EditorWindow, SnapshotOfTheDemoShowsThePaintedEditor)
+{
+    hosttest::TempFolder folder;
+    const auto result = hosttest::run(folder, "'" + kProgram + "' snapshot --project '" + kDemo +
+                                                  "' --settings settings --out editor.png");
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    desktop::Picture picture;
+    ASSERT_TRUE(desktop::readPng(folder.file("editor.png"), picture));
+    EXPECT_GE(picture.width, 603);
+    EXPECT_GE(picture.height, 230);
+    // The editor's backdrop, grid and notes: many colours, not a bare window.
+    const std::set<uint32_t> colours(picture.pixels.begin(), picture.pixels.end());
+    EXPECT_GE(colours.size(), 16u);
+
+    const auto unwritable = hosttest::run(folder, "'" + kProgram + "' snapshot --project '" + kDemo +
+                                                      "' --settings settings --out missing/editor.png");
+    EXPECT_EQ(unwritable.exitCode, 1);
+    EXPECT_EQ(unwritable.err.rfind("tremolin-host: Can't write 'missing/editor.png': ", 0), 0u)
+        << unwritable.err;
+}
+
+TEST_F(EditorWindow, ArrowKeysEditWhileThePatternPlaysAndTheWindowManagersCloseSavesTheText)
+{
+    hosttest::TempFolder folder;
+    hosttest::writeText(folder.file("song.tremolin"), hosttest::readText(kDemo));
+    Child edit(editCommand(folder, "song.tremolin", "--print --tempo 240"));
+    const uint64_t window = editWindow(edit);
+    ASSERT_NE(window, 0u) << edit.err();
+    int width = 0, height = 0;
+    desktop::size(window, width, height);
+    EXPECT_GE(width, 603);
+    EXPECT_GE(height, 230);
+
+    desktop::pointInto(window);
+    desktop::typeKey("Up");
+    desktop::typeKey("Up");
+    // The first bar plays meanwhile: the bass's C1 on tick 0.
+    EXPECT_TRUE(edit.says("note C1 (36)  velocity 120", 20)) << edit.out();
+    desktop::requestClose(window);
+    ASSERT_EQ(edit.finish(30), 0) << edit.err();
+    EXPECT_NE(edit.out().find("Saved " + folder.file("song.tremolin") + " (text form)."), std::string::npos);
+
+    Project saved;
+    std::string error;
+    ASSERT_TRUE(readProjectText(hosttest::readText(folder.file("song.tremolin")), saved, error)) << error;
+    const Project before = demo();
+    for (int step = 0; step < kProjectStepCount; ++step)
+    {
+        const ProjectStep& was = before.patterns[0].steps[step];
+        const int32_t expected = was.note < 0 ? -1 : was.note + 2;
+        EXPECT_EQ(saved.patterns[0].steps[step].note, expected) << "step " << step + 1;
+    }
+    EXPECT_EQ(saved.patterns[1], before.patterns[1]) << "only the current pattern moved";
+}
+
+TEST_F(EditorWindow, ParameterKeysChangeTheProjectEscapeSavesItAndAChunkStaysAChunk)
+{
+    hosttest::TempFolder folder;
+    ASSERT_EQ(hosttest::run(folder, "'" + kProgram + "' project import '" + kDemo + "' song.chunk").exitCode,
+              0);
+    const std::string original = hosttest::readText(folder.file("song.chunk"));
+
+    {
+        Child untouched(editCommand(folder, "song.chunk"));
+        ASSERT_NE(editWindow(untouched), 0u) << untouched.err();
+        desktop::typeKey("Escape");
+        ASSERT_EQ(untouched.finish(30), 0) << untouched.err();
+        EXPECT_NE(untouched.out().find("No changes"), std::string::npos) << untouched.out();
+        EXPECT_EQ(hosttest::readText(folder.file("song.chunk")), original);
+    }
+
+    Child edit(editCommand(folder, "song.chunk"));
+    const uint64_t window = editWindow(edit);
+    ASSERT_NE(window, 0u) << edit.err();
+    desktop::pointInto(window);
+    desktop::typeKey("equal");        // Length of pattern 1: 17
+    desktop::typeKey("bracketright"); // Pattern Select 2
+    desktop::typeKey("x");            // Clear pattern 2
+    desktop::typeKey("Escape");
+    ASSERT_EQ(edit.finish(30), 0) << edit.err();
+    EXPECT_NE(edit.out().find("Length: 17"), std::string::npos) << edit.out();
+    EXPECT_NE(edit.out().find("Pattern Select: 2"), std::string::npos) << edit.out();
+
+    const std::string bytes = hosttest::readText(folder.file("song.chunk"));
+    Project saved;
+    std::string error;
+    ASSERT_TRUE(decodeChunk(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size(), saved, error))
+        << "still a chunk: " << error;
+    const Project before = demo();
+    EXPECT_EQ(saved.patterns[0].length, 17);
+    EXPECT_EQ(saved.current, 1);
+    EXPECT_EQ(saved.patterns[1].steps, ProjectPattern{}.steps) << "pattern 2 cleared";
+    EXPECT_EQ(saved.patterns[2], before.patterns[2]);
+}

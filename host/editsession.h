@@ -22,6 +22,9 @@ struct EditOptions : EditorSetup
 {
     double tempo = 120.0;
     bool print = false; // list the events as the track sends them
+    // Off for the demo that ships with the program: it stays as it is, and the user is told how
+    // to keep changes.
+    bool saveOnClose = true;
 };
 
 struct SnapshotOptions : EditorSetup

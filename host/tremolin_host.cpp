@@ -34,7 +34,8 @@ const char* const kUsage =
     "      opens the module's editor on the project (default: the demo) while the transport\n"
     "      plays it in real time; --print lists the events as the track sends them. Keys:\n"
     "%s"
-    "      Closing saves the project in the form it had, chunk or text, if it changed.\n"
+    "      Closing saves the project in the form it had, chunk or text, if it changed; the demo\n"
+    "      itself is never overwritten.\n"
     "  tremolin-host snapshot --out FILE.png [--module FILE] [--project FILE] [--settings FILE]\n"
     "      writes a picture of the module's editor showing the project (default: the demo)\n"
     "  tremolin-host info [--module FILE]\n"
@@ -269,6 +270,7 @@ int edit(const std::vector<std::string>& args)
         else
             setupOption("edit", args, i, options);
     }
+    options.saveOnClose = !options.projectPath.empty();
     if (const int failed = completeSetup(options)) return failed;
     std::string error;
     if (!runEdit(options, error)) return fail(error);

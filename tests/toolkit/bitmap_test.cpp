@@ -83,6 +83,18 @@ Bytes bmp(int bits, bool fileHeader, bool topDown)
     return b;
 }
 
+// The file's bytes; the file is closed before it goes, as Windows requires.
+Bytes takeFile(const std::filesystem::path& path)
+{
+    Bytes bytes;
+    {
+        std::ifstream in(path, std::ios::binary);
+        bytes.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    }
+    std::filesystem::remove(path);
+    return bytes;
+}
+
 // A PNG with alpha, made by the toolkit itself: a 4 by 4 image whose left half is opaque red
 // and whose right half is blue at alpha 128.
 Bytes pngWithAlpha()
@@ -93,12 +105,9 @@ Bytes pngWithAlpha()
     context->setFillColor(CColor{0, 0, 255, 128});
     context->drawRect(CRect(2, 0, 4, 4), kDrawFilled);
     auto path = std::filesystem::temp_directory_path() / ("toolkit-alpha-" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) + ".png");
-    EXPECT_TRUE(context->bitmap()->writePng(path.c_str()));
+    EXPECT_TRUE(context->bitmap()->writePng(path.string().c_str()));
     context->release();
-    std::ifstream in(path, std::ios::binary);
-    Bytes bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    std::filesystem::remove(path);
-    return bytes;
+    return takeFile(path);
 }
 
 class BitmapTest : public ::testing::Test
@@ -290,12 +299,10 @@ TEST_F(BitmapTest, AViewTreeRendersToAPngFileThatLoadsBackAsTheSamePicture)
     frame.setBackgroundColor(kColorWhite);
     frame.addView(new PaintView(CRect(10, 5, 20, 15), kColorBlue));
     auto path = std::filesystem::temp_directory_path() / "toolkit-render-test.png";
-    ASSERT_TRUE(renderToPng(&frame, path.c_str()));
-    EXPECT_FALSE(renderToPng(nullptr, path.c_str()));
+    ASSERT_TRUE(renderToPng(&frame, path.string().c_str()));
+    EXPECT_FALSE(renderToPng(nullptr, path.string().c_str()));
     EXPECT_FALSE(renderToPng(&frame, "/nonexistent-folder/x.png"));
-    std::ifstream in(path, std::ios::binary);
-    resources[{kResourceTypeData, 9}] = Bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    std::filesystem::remove(path);
+    resources[{kResourceTypeData, 9}] = takeFile(path);
     auto* loaded = new CBitmap(CResourceDescription(9));
     ASSERT_EQ(loaded->width(), 30);
     ASSERT_EQ(loaded->height(), 20);

@@ -473,6 +473,7 @@ bool CFrame::setDropActive(bool active)
         return true;
     if (!window)
         return false;
+    setFrameDropTarget(window, active);
     dropActive = active;
     return true;
 }

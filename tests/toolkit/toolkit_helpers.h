@@ -117,8 +117,8 @@ public:
 
 inline bool sameColour(CColor a, CColor b, int tolerance = 0)
 {
-    auto near = [tolerance](int x, int y) { return x - y <= tolerance && y - x <= tolerance; };
-    return near(a.red, b.red) && near(a.green, b.green) && near(a.blue, b.blue) && near(a.alpha, b.alpha);
+    auto within = [tolerance](int x, int y) { return x - y <= tolerance && y - x <= tolerance; };
+    return within(a.red, b.red) && within(a.green, b.green) && within(a.blue, b.blue) && within(a.alpha, b.alpha);
 }
 
 } // namespace toolkit_test

@@ -5,6 +5,7 @@
 // notifications come from the system.
 
 #include "toolkit/cframe.h"
+#include "toolkit/platform/dragdrop_win32.h"
 #include "toolkit/platform/gdiplus_native.h"
 #include "toolkit/platform/nativeframe.h"
 
@@ -25,6 +26,8 @@ struct FrameWindow
     bool alive;
     bool cursorKnown;
     HCURSOR defaultCursor;
+    IDropTarget* dropTarget; // registered with the system, which holds the reference
+    bool ole;                // OLE was started for this window's frame
 };
 
 namespace
@@ -134,6 +137,11 @@ LRESULT CALLBACK windowProc(HWND window, UINT message, WPARAM wParam, LPARAM lPa
     {
     case WM_DESTROY:
         // The host took the window away before the frame was done with it.
+        if (fw->dropTarget)
+        {
+            RevokeDragDrop(window);
+            fw->dropTarget = nullptr;
+        }
         fw->alive = false;
         fw->frame->windowDestroyed();
         break;
@@ -259,7 +267,9 @@ FrameWindow* createFrameWindow(CFrame* frame, PlatformHandle parent, const CRect
         unregisterClass();
         return nullptr;
     }
-    auto* fw = new FrameWindow{frame, window, true, false, nullptr};
+    // Drops come through OLE, which each frame starts on the window's thread for its lifetime.
+    const bool ole = SUCCEEDED(OleInitialize(nullptr));
+    auto* fw = new FrameWindow{frame, window, true, false, nullptr, nullptr, ole};
     SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(fw));
     windows.push_back(fw);
     return fw;
@@ -269,6 +279,7 @@ void destroyFrameWindow(FrameWindow* fw)
 {
     if (!fw) return;
     windows.erase(std::remove(windows.begin(), windows.end(), fw), windows.end());
+    if (fw->dropTarget) setFrameDropTarget(fw, false);
     if (fw->alive && IsWindow(fw->window))
     {
         // The frame is going: its window's last messages must not reach it.
@@ -277,6 +288,7 @@ void destroyFrameWindow(FrameWindow* fw)
         DestroyWindow(fw->window);
     }
     unregisterClass();
+    if (fw->ole) OleUninitialize();
     delete fw;
 }
 
@@ -402,6 +414,21 @@ bool frameWindowOuterSize(const FrameWindow* fw, CRect& out)
     MapWindowPoints(nullptr, GetParent(parent), &p, 1);
     out = CRect(p.x, p.y, p.x + (r.right - r.left), p.y + (r.bottom - r.top));
     return true;
+}
+
+void setFrameDropTarget(FrameWindow* fw, bool active)
+{
+    if (!fw) return;
+    if (fw->dropTarget)
+    {
+        // The system lets go of its reference, which ends the target.
+        RevokeDragDrop(fw->window);
+        fw->dropTarget = nullptr;
+    }
+    if (!active || !fw->alive) return;
+    IDropTarget* target = createDropTarget(fw->frame);
+    if (RegisterDragDrop(fw->window, target) == S_OK) fw->dropTarget = target;
+    target->Release();
 }
 
 bool frameNeedsBackBuffer()

@@ -499,6 +499,11 @@ bool frameWindowOuterSize(const FrameWindow* fw, CRect& out)
     return true;
 }
 
+void setFrameDropTarget(FrameWindow*, bool)
+{
+    // Drags of other programs are not taken on X11 yet: the window announces no drop protocol.
+}
+
 bool frameNeedsBackBuffer()
 {
     return false; // each repaint is drawn into a group first

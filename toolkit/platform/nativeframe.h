@@ -30,6 +30,8 @@ void setFrameCursor(FrameWindow* window, int32_t type);
 bool resizeFrameWindowChain(FrameWindow* window, int32_t width, int32_t height);
 bool frameWindowPosition(const FrameWindow* window, int32_t& x, int32_t& y);
 bool frameWindowOuterSize(const FrameWindow* window, CRect& out);
+// Offers the window to drags of other programs, or takes the offer back.
+void setFrameDropTarget(FrameWindow* window, bool active);
 // Whether painting needs an offscreen copy of the frame (a system that does not compose windows).
 bool frameNeedsBackBuffer();
 

@@ -1,8 +1,8 @@
 // Drags of other programs on Windows: the items a drag offers, shell links among dropped files,
 // and the drop target that routes a drag to the view under the pointer.
 
+#include "../toolkit_helpers.h"
 #include "toolkit/platform/dragdrop_win32.h"
-#include "toolkit_helpers.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // A frame in a real child window on Windows: the messages of the system reach the views, damage
 // is painted, the pointer is captured and shaped, and a new size goes up the host's windows.
 
-#include "toolkit_helpers.h"
+#include "../toolkit_helpers.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,5 @@
 #include "module/moduleentry.h"
+#include "toolkit/cbase.h"
 
 #include <new>
 
@@ -36,6 +37,8 @@ TREMOLIN_EXPORT IPluginFactory* GetPluginFactory()
 
 TREMOLIN_EXPORT bool InitDll()
 {
+    // Before the host opens an editor: the toolkit's windows and bitmaps belong to this file.
+    Plexel::setModuleHandle(moduleInstanceHandle());
     return true;
 }
 

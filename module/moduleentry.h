@@ -17,3 +17,7 @@ TREMOLIN_EXPORT bool ExitDll();
 
 // Called once for each new factory.
 void addModuleClasses(CPluginFactory& factory);
+
+// The module file's own handle: on Windows the instance handle that the system gave the entry
+// point when the process attached, elsewhere the address at which the file is mapped.
+void* moduleInstanceHandle();

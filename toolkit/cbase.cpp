@@ -8,6 +8,21 @@ const char* const kMsgNewFocusView = "kMsgNewFocusView";
 const char* const kMsgOldFocusView = "kMsgOldFocusView";
 const char* const kMsgLooseFocus = "LooseFocus";
 
+namespace
+{
+PlatformHandle moduleHandle = nullptr;
+}
+
+void setModuleHandle(PlatformHandle module)
+{
+    moduleHandle = module;
+}
+
+PlatformHandle getModuleHandle()
+{
+    return moduleHandle;
+}
+
 int32_t CBaseObject::handleMessage(CBaseObject*, const char*)
 {
     return kMessageIgnored;

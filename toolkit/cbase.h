@@ -12,6 +12,12 @@ namespace Plexel
 // Windows hands out pointers, X11 hands out 32-bit identifiers; both fit in a pointer.
 using PlatformHandle = void*;
 
+// The module file that the toolkit lives in, once per process: the host's InitDll hands it over
+// before any frame exists. The Windows frame registers its window class under it and loads the
+// module's bitmaps from it.
+void setModuleHandle(PlatformHandle module);
+PlatformHandle getModuleHandle();
+
 //------------------------------------------------------------------------------------------------
 // Messages are compared by pointer, never by their characters: each has exactly one address.
 extern const char* const kMsgCheckIfViewContainer;

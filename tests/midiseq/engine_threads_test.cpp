@@ -28,6 +28,7 @@ TEST(EngineThreadsTest, PlayingWhileEditingSendsOnlyNotesThatPatternsHeld)
     std::atomic<bool> done{false};
     std::atomic<int64_t> badNotes{0};
     std::atomic<int64_t> notesSeen{0};
+    std::atomic<int64_t> blocksPlayed{0};
 
     std::thread player([&] {
         RecordingTrack track(1 << 16);
@@ -37,6 +38,7 @@ TEST(EngineThreadsTest, PlayingWhileEditingSendsOnlyNotesThatPatternsHeld)
         while (!done.load())
         {
             engine->process(position, position + 64, &track);
+            ++blocksPlayed;
             position += 64;
             if (position > 1000000)
             {
@@ -57,7 +59,9 @@ TEST(EngineThreadsTest, PlayingWhileEditingSendsOnlyNotesThatPatternsHeld)
     });
 
     std::thread editor([&] {
-        for (int32_t round = 0; round < 20000; ++round)
+        // The editor may be done with its rounds before the player's thread has even started
+        // (a fast lock, a busy machine); it goes on until the player has played a while too.
+        for (int32_t round = 0; round < 20000 || blocksPlayed.load() < 2000; ++round)
         {
             const int32_t p = round % 8;
             {

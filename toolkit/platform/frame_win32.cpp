@@ -41,8 +41,7 @@ HMODULE moduleHandle()
 {
     // The handle InitDll gave; a program that links the toolkit itself has none and finds its own
     // file from an address inside it.
-    if (PlatformHandle given = getModuleHandle())
-        return static_cast<HMODULE>(given);
+    if (PlatformHandle given = getModuleHandle()) return static_cast<HMODULE>(given);
     HMODULE module = nullptr;
     GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
                        reinterpret_cast<LPCWSTR>(&moduleHandle), &module);

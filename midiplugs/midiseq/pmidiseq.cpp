@@ -1,10 +1,7 @@
 #include "midiplugs/midiseq/pmidiseq.h"
 
-#if TREMOLIN_WITH_EDITOR
-#include "midiplugs/midiseq/psequencerview.h"
-#endif
-
 #include "foundation/fstreams.h"
+#include "midiplugs/midiseq/psequencerview.h"
 #include "midiplugs/midiseq/seqeditorlink.h"
 #include "module/pluginfactory.h"
 #include "plugbase/moduleresources.h"
@@ -130,7 +127,6 @@ tresult PMidiSeq::createView(const char* name, const PViewRect* rect, IPlugView*
     if (!out)
         return kInvalidArgument;
     *out = nullptr;
-#if TREMOLIN_WITH_EDITOR
     if (!name || !rect || std::strcmp(name, "SequencerView") != 0)
         return kResultFalse;
     // The frame takes the template's size; its corner is always at the origin.
@@ -141,12 +137,6 @@ tresult PMidiSeq::createView(const char* name, const PViewRect* rect, IPlugView*
     view = editor;
     *out = editor;
     return kResultOk;
-#else
-    // This build has no window system to put an editor in.
-    (void)name;
-    (void)rect;
-    return kResultFalse;
-#endif
 }
 
 int32_t PMidiSeq::currentLength()

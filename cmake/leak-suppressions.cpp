@@ -1,6 +1,7 @@
 // The drawing and window libraries keep caches for the life of the process, which the leak
 // checker of the sanitizer builds would otherwise report at exit. Linked as an object into every
-// suite that draws, since a static library would leave it out.
+// program that draws (test suites and the stand-in host), since a static library would leave it
+// out.
 extern "C" __attribute__((visibility("default"), used)) const char* __lsan_default_suppressions()
 {
     return "leak:libfontconfig.so\nleak:libcairo.so\nleak:libX11.so\nleak:libpixman-1.so\n";

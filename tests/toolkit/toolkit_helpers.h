@@ -102,6 +102,26 @@ public:
     int32_t keyResult = -1;
 };
 
+// A recording view that paints its rectangle in one colour and counts its paints, so that a test
+// can tell from the screen which views drew.
+class PaintingRecorder : public RecordingView
+{
+public:
+    PaintingRecorder(const CRect& r, std::vector<std::string>* log, CColor c)
+        : RecordingView(r, log), colour(c)
+    {
+    }
+    void draw(CDrawContext* context) override
+    {
+        ++draws;
+        context->setFillColor(colour);
+        context->drawRect(size, kDrawFilled);
+        setDirty(false);
+    }
+    CColor colour;
+    int draws = 0;
+};
+
 // A frame without a window that keeps the rectangles that reach the end of invalidation.
 class RecordingFrame : public CFrame
 {
@@ -118,7 +138,8 @@ public:
 inline bool sameColour(CColor a, CColor b, int tolerance = 0)
 {
     auto within = [tolerance](int x, int y) { return x - y <= tolerance && y - x <= tolerance; };
-    return within(a.red, b.red) && within(a.green, b.green) && within(a.blue, b.blue) && within(a.alpha, b.alpha);
+    return within(a.red, b.red) && within(a.green, b.green) && within(a.blue, b.blue) &&
+           within(a.alpha, b.alpha);
 }
 
 } // namespace toolkit_test

@@ -13,21 +13,6 @@ using namespace toolkit_test;
 
 namespace
 {
-class PaintingRecorder : public RecordingView
-{
-public:
-    PaintingRecorder(const CRect& r, std::vector<std::string>* log, CColor c) : RecordingView(r, log), colour(c) {}
-    void draw(CDrawContext* context) override
-    {
-        ++draws;
-        context->setFillColor(colour);
-        context->drawRect(size, kDrawFilled);
-        setDirty(false);
-    }
-    CColor colour;
-    int draws = 0;
-};
-
 // Serves the toolkit's events until the condition holds, for at most five seconds.
 bool pumpUntil(const std::function<bool()>& condition)
 {

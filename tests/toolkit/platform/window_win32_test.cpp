@@ -15,24 +15,6 @@ using namespace toolkit_test;
 
 namespace
 {
-class PaintingRecorder : public RecordingView
-{
-public:
-    PaintingRecorder(const CRect& r, std::vector<std::string>* log, CColor c)
-        : RecordingView(r, log), colour(c)
-    {
-    }
-    void draw(CDrawContext* context) override
-    {
-        ++draws;
-        context->setFillColor(colour);
-        context->drawRect(size, kDrawFilled);
-        setDirty(false);
-    }
-    CColor colour;
-    int draws = 0;
-};
-
 bool pumpUntil(const std::function<bool()>& condition)
 {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);

@@ -25,23 +25,5 @@ if(TARGET tremolin_module)
   target_compile_definitions(host_tests PRIVATE TREMOLIN_MODULE_FILE="$<TARGET_FILE:tremolin_module>")
 endif()
 
-# The editor's window tests: the program under the X server that the toolkit's window tests
-# start, driven by a user through the server's test extension.
-if(TARGET toolkit_tests AND TARGET tremolin_module)
-  get_directory_property(host_window_display DIRECTORY ${CMAKE_SOURCE_DIR}/tests DEFINITION toolkit_display)
-  file(GLOB host_window_test_sources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/tests/host/window/*.cpp
-       ${CMAKE_SOURCE_DIR}/tests/host/window/platform/*_x11.cpp
-       ${CMAKE_SOURCE_DIR}/tests/host/window/platform/*_cairo.cpp)
-  find_package(PkgConfig REQUIRED)
-  pkg_check_modules(HOST_WINDOW_TEST_X REQUIRED IMPORTED_TARGET x11 xtst cairo)
-  add_executable(host_window_tests ${host_window_test_sources})
-  target_link_libraries(host_window_tests PRIVATE tremolin_hostkit GTest::gtest_main PkgConfig::HOST_WINDOW_TEST_X)
-  target_compile_definitions(host_window_tests PRIVATE
-    TREMOLIN_FAKE_MODULE_DIR="${fake_folder}"
-    TREMOLIN_HOST_PROGRAM="$<TARGET_FILE:tremolin-host>"
-    TREMOLIN_SOURCE_DIR="${CMAKE_SOURCE_DIR}")
-  add_dependencies(host_window_tests tremolin-host tremolin_module host_test_fake1)
-  gtest_discover_tests(host_window_tests DISCOVERY_TIMEOUT 60
-                       PROPERTIES TIMEOUT 300 FIXTURES_REQUIRED toolkit_xvfb RESOURCE_LOCK toolkit_pointer
-                                  ENVIRONMENT DISPLAY=:${host_window_display})
-endif()
+# The editor's window tests, with the program under a real window system.
+include(${CMAKE_SOURCE_DIR}/tests/host/window/window_tests.cmake)

@@ -3,8 +3,8 @@
 // image is kept as 32-bit ARGB, so that drawing and reading pixels have one format to serve.
 
 #include "toolkit/platform/gdiplus_native.h"
+#include "toolkit/platform/resourcestream_win32.h"
 
-#include <atomic>
 #include <cstring>
 #include <vector>
 
@@ -14,112 +14,6 @@ namespace Plexel
 namespace
 {
 using namespace gdip;
-
-constexpr HRESULT kNotImplemented = HRESULT(0x80004001L);
-constexpr HRESULT kNoInterface = HRESULT(0x80004002L);
-constexpr HRESULT kInvalidFunction = HRESULT(0x80030001L);
-
-// A resource's bytes as a read-only stream. Reads are all or nothing, and seeking from the end
-// is not served: GDI+ reads an image file front to back and needs neither.
-class ResourceStream : public IStream
-{
-public:
-    ResourceStream(const unsigned char* data, uint32_t size) : data(data), size(size) {}
-
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID id, void** out) override
-    {
-        if (!out) return E_POINTER;
-        if (IsEqualIID(id, IID_IUnknown) || IsEqualIID(id, IID_IStream) ||
-            IsEqualIID(id, IID_ISequentialStream))
-        {
-            *out = static_cast<IStream*>(this);
-            AddRef();
-            return S_OK;
-        }
-        return kNoInterface;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++references; }
-    ULONG STDMETHODCALLTYPE Release() override
-    {
-        const ULONG left = --references;
-        if (left == 0) delete this;
-        return left;
-    }
-
-    HRESULT STDMETHODCALLTYPE Read(void* buffer, ULONG count, ULONG* read) override
-    {
-        if (uint64_t(position) + count > size) return S_FALSE;
-        std::memcpy(buffer, data + position, count);
-        position += count;
-        if (read) *read = count;
-        return S_OK;
-    }
-    HRESULT STDMETHODCALLTYPE Write(const void*, ULONG, ULONG*) override { return kNotImplemented; }
-    HRESULT STDMETHODCALLTYPE Seek(LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER* newPosition) override
-    {
-        HRESULT result = S_OK;
-        switch (origin)
-        {
-        case STREAM_SEEK_SET:
-            if (move.QuadPart < 0 || move.QuadPart >= LONGLONG(size))
-                result = S_FALSE;
-            else
-                position = uint32_t(move.QuadPart);
-            break;
-        case STREAM_SEEK_CUR:
-        {
-            const LONGLONG target = LONGLONG(position) + move.QuadPart;
-            if (target < 0 || target >= LONGLONG(size))
-                result = S_FALSE;
-            else
-                position = uint32_t(target);
-            break;
-        }
-        case STREAM_SEEK_END:
-            result = S_FALSE;
-            break;
-        default:
-            return kInvalidFunction;
-        }
-        if (newPosition) newPosition->QuadPart = position;
-        return result;
-    }
-    HRESULT STDMETHODCALLTYPE SetSize(ULARGE_INTEGER) override { return kNotImplemented; }
-    HRESULT STDMETHODCALLTYPE CopyTo(IStream*, ULARGE_INTEGER, ULARGE_INTEGER*, ULARGE_INTEGER*) override
-    {
-        return kNotImplemented;
-    }
-    HRESULT STDMETHODCALLTYPE Commit(DWORD) override { return kNotImplemented; }
-    HRESULT STDMETHODCALLTYPE Revert() override
-    {
-        position = 0;
-        return S_OK;
-    }
-    HRESULT STDMETHODCALLTYPE LockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override
-    {
-        return kNotImplemented;
-    }
-    HRESULT STDMETHODCALLTYPE UnlockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override
-    {
-        return kNotImplemented;
-    }
-    HRESULT STDMETHODCALLTYPE Stat(STATSTG* stat, DWORD) override
-    {
-        if (!stat) return E_POINTER;
-        std::memset(stat, 0, sizeof(*stat));
-        stat->cbSize.QuadPart = size;
-        return S_OK;
-    }
-    HRESULT STDMETHODCALLTYPE Clone(IStream**) override { return kNotImplemented; }
-
-private:
-    virtual ~ResourceStream() = default;
-
-    const unsigned char* data;
-    uint32_t size;
-    uint32_t position = 0;
-    std::atomic<ULONG> references{1};
-};
 
 // Takes an ARGB copy of a decoded bitmap and lets go of the original, which may still refer to
 // the bytes or the stream it came from.

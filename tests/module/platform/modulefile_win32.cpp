@@ -4,6 +4,7 @@
 #include "host/moduleloader.h"
 #include "module/effectinterfaces.h"
 #include "module/pluginfactory.h"
+#include "toolkit/cbitmap.h"
 
 #include <gtest/gtest.h>
 
@@ -172,6 +173,68 @@ TEST_F(ModuleFileTest, HostGetsTheTemplateAndPanelBitmapsFromTheEffectAsTheFiles
     ui->release();
     module->destroy(effect);
     module->unload();
+}
+
+namespace
+{
+HMODULE finderModule = nullptr;
+
+// The toolkit's way to the images, served from the loaded DLL's section by the system's calls.
+bool findInSection(const char* type, const Plexel::CResourceDescription& description, const unsigned char** data,
+                   uint32_t* size)
+{
+    const int kind = std::string(type) == Plexel::kResourceTypeBitmap ? kBitmapType : kDataType;
+    HRSRC found = FindResourceW(finderModule, MAKEINTRESOURCEW(description.id.number), MAKEINTRESOURCEW(kind));
+    HGLOBAL loaded = found ? LoadResource(finderModule, found) : nullptr;
+    *data = loaded ? static_cast<const unsigned char*>(LockResource(loaded)) : nullptr;
+    *size = found ? SizeofResource(finderModule, found) : 0;
+    return *data != nullptr;
+}
+
+// How many pixels of an image differ from the 24-bit bottom-up BMP file it was made from.
+int pixelsUnlike(const Plexel::CBitmap& image, const std::string& file)
+{
+    auto le32 = [&](size_t at) {
+        return int32_t(uint8_t(file[at]) | uint8_t(file[at + 1]) << 8 | uint8_t(file[at + 2]) << 16 |
+                       uint32_t(uint8_t(file[at + 3])) << 24);
+    };
+    const int32_t pixelsAt = le32(10), width = le32(18), height = le32(22);
+    EXPECT_EQ(image.width(), width);
+    EXPECT_EQ(image.height(), height);
+    const size_t stride = (size_t(width) * 3 + 3) / 4 * 4;
+    int unlike = 0;
+    for (int32_t y = 0; y < height; ++y)
+        for (int32_t x = 0; x < width; ++x)
+        {
+            const size_t at = size_t(pixelsAt) + size_t(height - 1 - y) * stride + size_t(x) * 3;
+            const Plexel::CColor expected{uint8_t(file[at + 2]), uint8_t(file[at + 1]), uint8_t(file[at]), 255};
+            unlike += image.pixel(x, y) != expected;
+        }
+    return unlike;
+}
+} // namespace
+
+// The view's pictures are bitmap resources (the BMP without its file header); the panel's are
+// whole BMP files among the data, which GDI+ reads through a stream over the section.
+TEST_F(ModuleFileTest, ImagesInTheSectionDecodeToTheFilesPixels)
+{
+    finderModule = dll;
+    Plexel::setResourceFinder(findInSection);
+    for (const Listed& entry : listedResources())
+    {
+        if (entry.number != 1000 && entry.number != 1001 && entry.number != 200 && entry.number != 202) continue;
+        SCOPED_TRACE(entry.file);
+        auto* image = new Plexel::CBitmap(Plexel::CResourceDescription(entry.number));
+        ASSERT_GT(image->width(), 0);
+        EXPECT_EQ(pixelsUnlike(*image, fileBytes(entry.file)), 0);
+        image->release();
+    }
+    // A number in neither place: an empty image, no failure.
+    auto* missing = new Plexel::CBitmap(Plexel::CResourceDescription(1002));
+    EXPECT_EQ(missing->width(), 0);
+    EXPECT_EQ(missing->height(), 0);
+    missing->release();
+    Plexel::setResourceFinder(nullptr);
 }
 
 TEST_F(ModuleFileTest, VersionBlockNamesTheReleaseAndDescribesTheFile)

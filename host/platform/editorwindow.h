@@ -2,8 +2,8 @@
 
 // The host's own top-level window that a module's editor is placed in, the few events of it that
 // the host acts on, and reading back what the editor painted. editorwindow_x11.cpp makes it on
-// the X display of DISPLAY (and png_cairo.cpp writes pictures); the Windows half is not written
-// yet and says so when asked for a window.
+// the X display of DISPLAY (and png_cairo.cpp writes pictures); editorwindow_win32.cpp makes it
+// through user32 (and png_win32.cpp writes pictures with GDI+).
 
 #include <cstdint>
 #include <string>

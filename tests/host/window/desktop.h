@@ -1,8 +1,10 @@
 #pragma once
 
-// A user at the X server of the window tests, on a connection of their own: finds a program's
-// window by its title, points into it, types through the server's test extension and closes it
-// as a window manager does; and reads PNG pictures back.
+// A user at the desktop of the window tests: finds a program's window by its title, points into
+// it, types and closes it as a window manager does; and reads PNG pictures back. On X11 on a
+// connection of their own, typing through the server's test extension (desktop_x11.cpp); on
+// Windows by posting the keys' and the close's messages to the program's windows
+// (desktop_win32.cpp).
 
 #include <cstdint>
 #include <string>
@@ -10,7 +12,8 @@
 
 namespace desktop
 {
-// False when no server with the test extension can be reached through DISPLAY.
+// False when no desktop can be reached: on X11, no server with the test extension through
+// DISPLAY.
 bool connect();
 // A top-level window whose title starts with `prefix`, waiting up to `seconds` for it; 0 if none
 // came.
@@ -19,9 +22,10 @@ uint64_t findWindow(const std::string& prefix, double seconds);
 void size(uint64_t window, int& width, int& height);
 // Moves the pointer into the middle of the window, where its keys go.
 void pointInto(uint64_t window);
-// Presses and releases a key by its X name ("Up", "bracketright", "Escape", "x").
+// Presses and releases a key by its X name ("Up", "bracketright", "Escape", "x"), for the window
+// the pointer is in (or, on Windows, the window found last when the pointer was not moved).
 void typeKey(const std::string& name);
-// The window manager's close: WM_DELETE_WINDOW.
+// The window manager's close: WM_DELETE_WINDOW on X11, WM_CLOSE on Windows.
 void requestClose(uint64_t window);
 
 struct Picture

@@ -1,0 +1,132 @@
+#include "../desktop.h"
+
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+#include <windows.h>
+
+#include <chrono>
+#include <thread>
+
+namespace desktop
+{
+namespace
+{
+// Where typed keys go: the window found last, or the window under the pointer once it was moved
+// into one, as a click there would give it the focus.
+HWND keyTarget = nullptr;
+
+struct Search
+{
+    std::wstring prefix;
+    HWND found = nullptr;
+};
+
+BOOL CALLBACK visit(HWND window, LPARAM data)
+{
+    auto* search = reinterpret_cast<Search*>(data);
+    if (!IsWindowVisible(window)) return TRUE;
+    wchar_t title[512] = {};
+    GetWindowTextW(window, title, 512);
+    if (std::wstring(title).rfind(search->prefix, 0) != 0) return TRUE;
+    search->found = window;
+    return FALSE;
+}
+
+// The key's virtual key, or 0 for a key that types a character.
+UINT virtualKey(const std::string& name)
+{
+    if (name == "Up") return VK_UP;
+    if (name == "Down") return VK_DOWN;
+    if (name == "Left") return VK_LEFT;
+    if (name == "Right") return VK_RIGHT;
+    if (name == "Escape") return VK_ESCAPE;
+    return 0;
+}
+
+// The character of a key that types one, by the key's X name or the character itself.
+wchar_t character(const std::string& name)
+{
+    static const struct
+    {
+        const char* name;
+        wchar_t character;
+    } named[] = {{"equal", L'='},        {"minus", L'-'}, {"bracketleft", L'['},
+                 {"bracketright", L']'}, {"comma", L','}, {"period", L'.'}};
+    for (const auto& key : named)
+        if (name == key.name) return key.character;
+    return name.size() == 1 ? static_cast<wchar_t>(name[0]) : 0;
+}
+} // namespace
+
+bool connect()
+{
+    return GetSystemMetrics(SM_CXSCREEN) > 0;
+}
+
+uint64_t findWindow(const std::string& prefix, double seconds)
+{
+    Search search{std::wstring(prefix.begin(), prefix.end())};
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+    do
+    {
+        EnumWindows(visit, reinterpret_cast<LPARAM>(&search));
+        if (search.found)
+        {
+            keyTarget = search.found;
+            return reinterpret_cast<uintptr_t>(search.found);
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    } while (std::chrono::steady_clock::now() < deadline);
+    return 0;
+}
+
+void size(uint64_t window, int& width, int& height)
+{
+    RECT client{};
+    GetClientRect(reinterpret_cast<HWND>(window), &client);
+    width = client.right;
+    height = client.bottom;
+}
+
+void pointInto(uint64_t handle)
+{
+    const HWND window = reinterpret_cast<HWND>(handle);
+    int width = 0, height = 0;
+    size(handle, width, height);
+    POINT middle{width / 2, height / 2};
+    POINT onScreen = middle;
+    ClientToScreen(window, &onScreen);
+    SetCursorPos(onScreen.x, onScreen.y);
+    // Down to the innermost window there: the module's own, inside the program's.
+    HWND target = window;
+    for (;;)
+    {
+        HWND child = ChildWindowFromPointEx(target, middle, CWP_SKIPINVISIBLE | CWP_SKIPTRANSPARENT);
+        if (!child || child == target) break;
+        MapWindowPoints(target, child, &middle, 1);
+        target = child;
+    }
+    keyTarget = target;
+}
+
+void typeKey(const std::string& name)
+{
+    if (const UINT key = virtualKey(name))
+    {
+        LPARAM data = 1 | static_cast<LPARAM>(MapVirtualKeyW(key, MAPVK_VK_TO_VSC)) << 16;
+        if (key != VK_ESCAPE) data |= 1 << 24; // the arrows are extended keys
+        PostMessageW(keyTarget, WM_KEYDOWN, key, data);
+        PostMessageW(keyTarget, WM_KEYUP, key, data | 3u << 30);
+        return;
+    }
+    // A typed character reaches a program as the WM_CHAR that its loop makes from the key's
+    // press. Posting the press as well would have the loop make a second one.
+    if (const wchar_t typed = character(name)) PostMessageW(keyTarget, WM_CHAR, typed, 1);
+}
+
+void requestClose(uint64_t window)
+{
+    PostMessageW(reinterpret_cast<HWND>(window), WM_CLOSE, 0, 0);
+}
+} // namespace desktop

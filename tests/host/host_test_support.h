@@ -1,7 +1,10 @@
 #pragma once
 
-// Helpers of the host's tests: a private folder per test, files, running the program, and
-// reading MIDI files back through midicsv.
+// Helpers of the host's tests: a private folder per test, files, running programs (process.h) and
+// the fake modules' files.
+
+#include "host/platform/hostplatform.h"
+#include "tests/host/process.h"
 
 #include <gtest/gtest.h>
 
@@ -9,8 +12,8 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <optional>
 #include <random>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -35,7 +38,8 @@ public:
         std::error_code ignored;
         std::filesystem::remove_all(path, ignored);
     }
-    std::string file(const std::string& name) const { return (path / name).string(); }
+    // With '/' between the names on both platforms, as the host writes paths.
+    std::string file(const std::string& name) const { return (path / name).generic_string(); }
     std::vector<std::string> names() const
     {
         std::vector<std::string> out;
@@ -58,51 +62,34 @@ inline void writeText(const std::string& path, const std::string& text)
     std::ofstream(path, std::ios::binary) << text;
 }
 
-struct CommandResult
+// Sets an environment variable of this process for one scope; nullopt removes it.
+class ScopedEnvironment
 {
-    int exitCode = -1;
-    std::string out;
-    std::string err;
+public:
+    ScopedEnvironment(const std::string& name, const std::optional<std::string>& value) : name(name)
+    {
+        if (const char* old = std::getenv(name.c_str())) previous = old;
+        setEnvironment(name, value);
+    }
+    ~ScopedEnvironment() { setEnvironment(name, previous); }
+    ScopedEnvironment(const ScopedEnvironment&) = delete;
+    ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
+
+private:
+    std::string name;
+    std::optional<std::string> previous;
 };
 
-// Runs a shell command line in `folder`, collecting its exit code, stdout and stderr.
-inline CommandResult run(const TempFolder& folder, const std::string& commandLine)
+// ".so" or ".dll": the ending of module files on this platform.
+inline std::string moduleSuffix()
 {
-    const std::string out = folder.file(".out"), err = folder.file(".err"), code = folder.file(".code");
-    const std::string line = "cd '" + folder.path.string() + "' && { " + commandLine + " ; } >'" + out +
-                             "' 2>'" + err + "'; echo $? >'" + code + "'";
-    std::system(line.c_str());
-    CommandResult result;
-    result.exitCode = std::atoi(readText(code).c_str());
-    result.out = readText(out);
-    result.err = readText(err);
-    std::filesystem::remove(out);
-    std::filesystem::remove(err);
-    std::filesystem::remove(code);
-    return result;
+    const std::string moduleName = hostkit::platform::moduleFileName();
+    return moduleName.substr(moduleName.rfind('.'));
 }
 
-// The channel events of a MIDI file as midicsv prints them, without the track and file
-// framing: "tick, Note_on_c, channel, note, velocity" and so on.
-inline std::vector<std::string> midiEvents(const TempFolder& folder, const std::string& midiFile,
-                                           std::vector<std::string>* meta = nullptr)
+// A fake module file of the given kind (see fakes/fake_module.cpp).
+inline std::string fakeModule(int kind)
 {
-    const CommandResult csv = run(folder, "midicsv '" + midiFile + "'");
-    EXPECT_EQ(csv.exitCode, 0) << "midicsv could not read " << midiFile << ": " << csv.err;
-    std::vector<std::string> events;
-    std::istringstream lines(csv.out);
-    std::string line;
-    while (std::getline(lines, line))
-    {
-        // "1, 480, Note_on_c, 0, 60, 100": drop the track number.
-        const size_t comma = line.find(", ");
-        if (comma == std::string::npos) continue;
-        const std::string rest = line.substr(comma + 2);
-        if (rest.find("_c, ") != std::string::npos)
-            events.push_back(rest);
-        else if (meta)
-            meta->push_back(rest);
-    }
-    return events;
+    return std::string(TREMOLIN_FAKE_MODULE_DIR) + "/fake" + std::to_string(kind) + moduleSuffix();
 }
 } // namespace hosttest

@@ -4,25 +4,23 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
+#include <optional>
 
 using namespace hostkit;
 
 namespace
 {
-std::string fake(int kind)
-{
-    return std::string(TREMOLIN_FAKE_MODULE_DIR) + "/fake" + std::to_string(kind) + ".so";
-}
+using hosttest::fakeModule;
+using hosttest::moduleSuffix;
 
 // Lets the fake modules write their life to a file of the test's.
 struct FakeLog
 {
     explicit FakeLog(const hosttest::TempFolder& folder) : path(folder.file("life.log"))
     {
-        setenv("TREMOLIN_FAKE_LOG", path.c_str(), 1);
+        hosttest::setEnvironment("TREMOLIN_FAKE_LOG", path);
     }
-    ~FakeLog() { unsetenv("TREMOLIN_FAKE_LOG"); }
+    ~FakeLog() { hosttest::setEnvironment("TREMOLIN_FAKE_LOG", std::nullopt); }
     std::string text() const { return hosttest::readText(path); }
     std::string path;
 };
@@ -33,7 +31,7 @@ TEST(ModuleLoader, LoadsReadsInstantiatesAndUnloadsInOrder)
     hosttest::TempFolder folder;
     FakeLog log(folder);
     std::string error;
-    auto module = PluginModule::load(fake(1), error);
+    auto module = PluginModule::load(fakeModule(1), error);
     ASSERT_TRUE(module) << error;
     EXPECT_EQ(std::string(module->factoryRecord().vendor), "Fake Works");
     ASSERT_EQ(module->classes().size(), 1u);
@@ -62,7 +60,7 @@ TEST(ModuleLoader, KeepsTheLibraryWhileSomeoneStillHoldsAnEffect)
     hosttest::TempFolder folder;
     FakeLog log(folder);
     std::string error;
-    auto module = PluginModule::load(fake(1), error);
+    auto module = PluginModule::load(fakeModule(1), error);
     ASSERT_TRUE(module) << error;
     auto* context = new HostContext(HostOptions{folder.file("settings")});
     IMidiEffect* effect = module->instantiate(kMidiSeqClassId, error);
@@ -83,38 +81,40 @@ TEST(ModuleLoader, EveryFailureIsOneSentenceAndNoCrash)
     hosttest::TempFolder folder;
     FakeLog log(folder);
     std::string error;
-    EXPECT_FALSE(PluginModule::load(folder.file("absent.so"), error));
-    EXPECT_EQ(error, "The module file '" + folder.file("absent.so") + "' does not exist.");
+    const std::string absent = folder.file("absent" + moduleSuffix());
+    EXPECT_FALSE(PluginModule::load(absent, error));
+    EXPECT_EQ(error, "The module file '" + absent + "' does not exist.");
 
     EXPECT_FALSE(PluginModule::load(folder.path.string(), error));
     EXPECT_NE(error.find("is a folder"), std::string::npos);
 
-    hosttest::writeText(folder.file("text.so"), "this is not a shared library\n");
-    EXPECT_FALSE(PluginModule::load(folder.file("text.so"), error));
-    EXPECT_EQ(error.rfind("The file '" + folder.file("text.so") + "' can't be loaded as a module (", 0), 0u)
-        << error;
+    const std::string text = folder.file("text" + moduleSuffix());
+    hosttest::writeText(text, "this is not a shared library\n");
+    EXPECT_FALSE(PluginModule::load(text, error));
+    EXPECT_EQ(error.rfind("The file '" + text + "' can't be loaded as a module (", 0), 0u) << error;
     EXPECT_EQ(error.back(), '.');
     EXPECT_EQ(error.find('\n'), std::string::npos);
 
-    EXPECT_FALSE(PluginModule::load(fake(3), error));
-    EXPECT_EQ(error, "The file '" + fake(3) + "' is not a module: it does not export GetPluginFactory.");
+    EXPECT_FALSE(PluginModule::load(fakeModule(3), error));
+    EXPECT_EQ(error,
+              "The file '" + fakeModule(3) + "' is not a module: it does not export GetPluginFactory.");
     EXPECT_EQ(log.text(), "unloaded\n") << "nothing of it was called, and it was closed";
 
     std::filesystem::remove(log.path);
-    EXPECT_FALSE(PluginModule::load(fake(4), error));
-    EXPECT_EQ(error, "The module '" + fake(4) + "' refused to start: InitDll failed.");
+    EXPECT_FALSE(PluginModule::load(fakeModule(4), error));
+    EXPECT_EQ(error, "The module '" + fakeModule(4) + "' refused to start: InitDll failed.");
     EXPECT_EQ(log.text(), "InitDll\nunloaded\n") << "a module that did not start is not told to exit";
 
     std::filesystem::remove(log.path);
-    auto refusing = PluginModule::load(fake(2), error);
+    auto refusing = PluginModule::load(fakeModule(2), error);
     ASSERT_TRUE(refusing) << error;
     EXPECT_EQ(refusing->instantiate(kMidiSeqClassId, error), nullptr);
-    EXPECT_EQ(error, "The module '" + fake(2) + "' refused to create its class " +
+    EXPECT_EQ(error, "The module '" + fakeModule(2) + "' refused to create its class " +
                          bracedText(kMidiSeqClassId) + ".");
     const FUID other(0x01234567, 0x89ABCDEF, 0x01234567, 0x89ABCDEF);
     EXPECT_EQ(refusing->instantiate(other, error), nullptr);
-    EXPECT_EQ(error,
-              "The module '" + fake(2) + "' has no effect class {01234567-89AB-CDEF-0123-456789ABCDEF}.");
+    EXPECT_EQ(error, "The module '" + fakeModule(2) +
+                         "' has no effect class {01234567-89AB-CDEF-0123-456789ABCDEF}.");
     refusing.reset();
     EXPECT_EQ(log.text(), "InitDll\nfactory\nfactory-released\nExitDll\nunloaded\n");
 }

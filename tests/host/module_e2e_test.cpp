@@ -11,6 +11,7 @@
 #include "host/render.h"
 #include "host/templateregistry.h"
 #include "tests/host/host_test_support.h"
+#include "tests/host/midireader.h"
 
 #include <gtest/gtest.h>
 
@@ -39,10 +40,9 @@ TEST(ModuleEndToEnd, DemoRendersToAMidiFileWithItsFourPatterns)
 {
     hosttest::TempFolder folder;
     const auto result =
-        hosttest::run(folder, "'" + std::string(TREMOLIN_HOST_PROGRAM) + "' render --module '" + kModule +
-                                  "' --project '" + kDemo +
-                                  "' --settings settings --bars 16 --switch 5:C#1 9:D1 13:D#1 "
-                                  "--out demo.mid");
+        hosttest::runProgram(folder, TREMOLIN_HOST_PROGRAM,
+                             {"render", "--module", kModule, "--project", kDemo, "--settings", "settings",
+                              "--bars", "16", "--switch", "5:C#1", "9:D1", "13:D#1", "--out", "demo.mid"});
     ASSERT_EQ(result.exitCode, 0) << result.err;
     const std::vector<std::string> events = hosttest::midiEvents(folder, folder.file("demo.mid"));
     ASSERT_FALSE(events.empty());

@@ -6,20 +6,23 @@
 #include "host/projectfile.h"
 #include "host/render.h"
 #include "tests/host/host_test_support.h"
+#include "tests/host/midireader.h"
 
 #include <gtest/gtest.h>
 
 using namespace hostkit;
-using hosttest::run;
+using hosttest::runProgram;
+using Args = std::vector<std::string>;
 
 namespace
 {
 const std::string kProgram = TREMOLIN_HOST_PROGRAM;
-const std::string kFake = std::string(TREMOLIN_FAKE_MODULE_DIR) + "/fake1.so";
+const std::string kFake = hosttest::fakeModule(1);
 
-std::string render(const std::string& arguments)
+hosttest::CommandResult render(const hosttest::TempFolder& folder, Args args)
 {
-    return "'" + kProgram + "' render --module '" + kFake + "' --settings settings " + arguments;
+    args.insert(args.begin(), {"render", "--module", kFake, "--settings", "settings"});
+    return runProgram(folder, kProgram, args);
 }
 
 void writeProject(const hosttest::TempFolder& folder, const std::string& name, int32_t current)
@@ -35,8 +38,8 @@ TEST(RenderProgram, WritesTheModulesNotesAsPairsWithSwitchesAtBarStarts)
 {
     hosttest::TempFolder folder;
     writeProject(folder, "p.tremolin", 2); // the fake starts at note 60 + 2
-    const auto result = run(folder, render("--project p.tremolin --bars 2 --tempo 90 --channel 3 "
-                                           "--switch 2:C4 --out song.mid"));
+    const auto result = render(folder, {"--project", "p.tremolin", "--bars", "2", "--tempo", "90",
+                                        "--channel", "3", "--switch", "2:C4", "--out", "song.mid"});
     ASSERT_EQ(result.exitCode, 0) << result.err;
     EXPECT_EQ(result.err, "");
     std::vector<std::string> meta;
@@ -60,7 +63,8 @@ TEST(RenderProgram, WritesTheModulesNotesAsPairsWithSwitchesAtBarStarts)
 
     // --pattern goes through the module's "Pattern Select" (the fake plays 59 + the value);
     // --print lists the events.
-    const auto printed = run(folder, render("--project p.tremolin --bars 1 --pattern 5 --print"));
+    const auto printed =
+        render(folder, {"--project", "p.tremolin", "--bars", "1", "--pattern", "5", "--print"});
     ASSERT_EQ(printed.exitCode, 0) << printed.err;
     EXPECT_NE(printed.out.find("       0  1.1.000    note E3 (64)  velocity 100  length 480  channel 1\n"),
               std::string::npos)
@@ -75,45 +79,49 @@ TEST(RenderProgram, FailsWithOneSentenceAndLeavesNoFileBehind)
     writeProject(folder, "good.tremolin", 0);
     writeProject(folder, "refused.tremolin", 199); // the fake takes no chunk with pattern 200 current
     hosttest::writeText(folder.file("bad.tremolin"), "pattern 1\n 1 X9 1 1 0 0 -\n");
-    hosttest::writeText(folder.file("text.so"), "not a module");
-    const std::string program = "'" + kProgram + "' render --settings settings ";
+    const std::string missing = "missing" + hosttest::moduleSuffix(),
+                      text = "text" + hosttest::moduleSuffix();
+    hosttest::writeText(folder.file(text), "not a module");
     struct Case
     {
-        std::string arguments;
+        Args arguments;
         std::string message;
     };
     const Case cases[] = {
-        {"--module missing.so --project good.tremolin --out x.mid",
-         "The module file 'missing.so' does not exist."},
-        {"--module text.so --project good.tremolin --out x.mid", "can't be loaded as a module"},
-        {"--module '" + kFake + "' --project refused.tremolin --out x.mid",
+        {{"--module", missing, "--project", "good.tremolin", "--out", "x.mid"},
+         "The module file '" + missing + "' does not exist."},
+        {{"--module", text, "--project", "good.tremolin", "--out", "x.mid"}, "can't be loaded as a module"},
+        {{"--module", kFake, "--project", "refused.tremolin", "--out", "x.mid"},
          "The module refused the project's chunk."},
-        {"--module '" + kFake + "' --project bad.tremolin --out x.mid",
+        {{"--module", kFake, "--project", "bad.tremolin", "--out", "x.mid"},
          "The project file 'bad.tremolin' has an error on line 2: 'X9' is not a note"},
-        {"--module '" + kFake + "' --project none.tremolin --out x.mid", "Can't read the project file"},
-        {"--module '" + kFake + "' --project good.tremolin --out no/such/x.mid",
+        {{"--module", kFake, "--project", "none.tremolin", "--out", "x.mid"}, "Can't read the project file"},
+        {{"--module", kFake, "--project", "good.tremolin", "--out", "no/such/x.mid"},
          "Can't write 'no/such/x.mid': "},
     };
     for (const Case& c : cases)
     {
-        const auto result = run(folder, program + c.arguments);
-        EXPECT_EQ(result.exitCode, 1) << c.arguments;
-        EXPECT_NE(result.err.find(c.message), std::string::npos) << c.arguments << "\n" << result.err;
+        Args args = {"render", "--settings", "settings"};
+        args.insert(args.end(), c.arguments.begin(), c.arguments.end());
+        const auto result = runProgram(folder, kProgram, args);
+        EXPECT_EQ(result.exitCode, 1) << c.message;
+        EXPECT_NE(result.err.find(c.message), std::string::npos) << result.err;
         EXPECT_EQ(result.err.rfind("tremolin-host: ", 0), 0u);
         EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
     }
     // Only what the test put there: no output and no temporary file.
     std::vector<std::string> names = folder.names();
     std::sort(names.begin(), names.end());
-    EXPECT_EQ(names,
-              (std::vector<std::string>{"bad.tremolin", "good.tremolin", "refused.tremolin", "text.so"}));
+    EXPECT_EQ(names, (std::vector<std::string>{"bad.tremolin", "good.tremolin", "refused.tremolin", text}));
 
     // A command line that can't be followed is a usage error.
-    for (const char* arguments : {"--bars 0 --print", "--switch 9:C1 --bars 4 --print",
-                                  "--tempo fast --print", "--project good.tremolin", "--colour red --print"})
+    for (const Args& arguments :
+         {Args{"--bars", "0", "--print"}, Args{"--switch", "9:C1", "--bars", "4", "--print"},
+          Args{"--tempo", "fast", "--print"}, Args{"--project", "good.tremolin"},
+          Args{"--colour", "red", "--print"}})
     {
-        const auto result = run(folder, program + arguments);
-        EXPECT_EQ(result.exitCode, 2) << arguments;
+        const auto result = render(folder, arguments);
+        EXPECT_EQ(result.exitCode, 2) << arguments[0];
         EXPECT_NE(result.err.find("usage:"), std::string::npos);
     }
 }
@@ -126,24 +134,23 @@ TEST(ProjectProgram, ConvertsBetweenChunkAndTextAndRefusesDamage)
     project.patterns[3].steps[0] = {60, 100, 0.5f, 1, 2, 0};
     std::string error;
     ASSERT_TRUE(saveProjectFile(folder.file("song.chunk"), project, false, error));
-    const std::string program = "'" + kProgram + "' project ";
-    auto result = run(folder, program + "export song.chunk song.tremolin");
+    auto result = runProgram(folder, kProgram, {"project", "export", "song.chunk", "song.tremolin"});
     ASSERT_EQ(result.exitCode, 0) << result.err;
     EXPECT_EQ(hosttest::readText(folder.file("song.tremolin")), writeProjectText(project));
-    result = run(folder, program + "import song.tremolin again.chunk");
+    result = runProgram(folder, kProgram, {"project", "import", "song.tremolin", "again.chunk"});
     ASSERT_EQ(result.exitCode, 0) << result.err;
     EXPECT_EQ(hosttest::readText(folder.file("again.chunk")), hosttest::readText(folder.file("song.chunk")));
 
     // A damaged input leaves the old output as it was.
     hosttest::writeText(folder.file("broken.chunk"),
                         hosttest::readText(folder.file("song.chunk")).substr(0, 9000));
-    result = run(folder, program + "export broken.chunk song.tremolin");
+    result = runProgram(folder, kProgram, {"project", "export", "broken.chunk", "song.tremolin"});
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_EQ(result.err,
               "tremolin-host: The project file 'broken.chunk' is a damaged chunk: it has 9000 bytes "
               "instead of 156140.\n");
     EXPECT_EQ(hosttest::readText(folder.file("song.tremolin")), writeProjectText(project));
-    EXPECT_EQ(run(folder, program + "export song.chunk").exitCode, 2);
+    EXPECT_EQ(runProgram(folder, kProgram, {"project", "export", "song.chunk"}).exitCode, 2);
 }
 
 TEST(HostTrack, GridStartsAtTheBarOrAtZeroAndEventsAreChecked)

@@ -11,14 +11,13 @@
 // whose current pattern is the last one (199), which the real module would take.
 // With TREMOLIN_FAKE_LOG set, each step of its life is appended to that file, one word a line.
 
-#include "module/pluginfactory.h"
 #include "module/effectinterfaces.h"
+#include "module/moduleentry.h"
+#include "module/pluginfactory.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-
-#define FAKE_EXPORT extern "C" __attribute__((visibility("default")))
 
 namespace
 {
@@ -26,7 +25,7 @@ void logStep(const char* step)
 {
     const char* path = std::getenv("TREMOLIN_FAKE_LOG");
     if (!path) return;
-    if (FILE* file = std::fopen(path, "a"))
+    if (FILE* file = std::fopen(path, "ab"))
     {
         std::fprintf(file, "%s\n", step);
         std::fclose(file);
@@ -234,20 +233,20 @@ private:
 } // namespace
 
 #if FAKE_KIND != 3
-FAKE_EXPORT IPluginFactory* GetPluginFactory()
+TREMOLIN_EXPORT IPluginFactory* GetPluginFactory()
 {
     logStep("factory");
     return new FakeFactory;
 }
 #endif
 
-FAKE_EXPORT bool InitDll()
+TREMOLIN_EXPORT bool InitDll()
 {
     logStep("InitDll");
     return FAKE_KIND != 4;
 }
 
-FAKE_EXPORT bool ExitDll()
+TREMOLIN_EXPORT bool ExitDll()
 {
     logStep("ExitDll");
     return true;

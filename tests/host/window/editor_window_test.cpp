@@ -7,74 +7,27 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <set>
-#include <thread>
 
 using namespace hostkit;
 
 namespace
 {
 const std::string kProgram = TREMOLIN_HOST_PROGRAM;
-const std::string kFake = TREMOLIN_FAKE_MODULE_DIR "/fake1.so";
 const std::string kDemo = TREMOLIN_SOURCE_DIR "/examples/demo.tremolin";
 const std::string kEditTitle = "Tremolin - arrows";
 
-// The program running in the background, with its output kept in a folder of its own.
-class Child
+std::vector<std::string> editArgs(const hosttest::TempFolder& folder, const std::string& project,
+                                  const std::vector<std::string>& more = {})
 {
-public:
-    explicit Child(const std::string& commandLine)
-    {
-        const std::string dir = "'" + state.path.string() + "'";
-        const std::string line = "( " + commandLine + " >" + dir + "/out 2>" + dir + "/err & echo $! >" +
-                                 dir + "/pid; wait $!; echo $? >" + dir + "/code.new; mv " + dir +
-                                 "/code.new " + dir + "/code ) &";
-        std::system(line.c_str());
-    }
-    ~Child()
-    {
-        if (finish(5) < 0) std::system(("kill -9 " + hosttest::readText(state.file("pid"))).c_str());
-    }
-
-    // The exit code, waiting up to `seconds`; -1 if it is still running.
-    int finish(double seconds)
-    {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
-        while (!std::filesystem::exists(state.file("code")))
-        {
-            if (std::chrono::steady_clock::now() > deadline) return -1;
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        }
-        return std::atoi(hosttest::readText(state.file("code")).c_str());
-    }
-    // True once the program has written `text` on stdout, waiting up to `seconds`.
-    bool says(const std::string& text, double seconds)
-    {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
-        while (out().find(text) == std::string::npos)
-        {
-            if (std::chrono::steady_clock::now() > deadline) return false;
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        }
-        return true;
-    }
-    std::string out() const { return hosttest::readText(state.file("out")); }
-    std::string err() const { return hosttest::readText(state.file("err")); }
-
-private:
-    hosttest::TempFolder state;
-};
-
-std::string editCommand(const hosttest::TempFolder& folder, const std::string& project,
-                        const std::string& more = {})
-{
-    return "'" + kProgram + "' edit --project '" + folder.file(project) + "' --settings '" +
-           folder.file("settings") + "' " + more;
+    std::vector<std::string> args = {"edit", "--project", folder.file(project), "--settings",
+                                     folder.file("settings")};
+    args.insert(args.end(), more.begin(), more.end());
+    return args;
 }
 
 // The edit window of the child, once it shows; 0 if the child ended first or nothing came.
-uint64_t editWindow(Child& child)
+uint64_t editWindow(hosttest::Child& child)
 {
     for (int attempt = 0; attempt < 150; ++attempt)
     {
@@ -103,14 +56,17 @@ TEST_F(EditorWindow, ModuleWithoutAnEditorIsRefusedAndNothingIsWritten)
 {
     hosttest::TempFolder folder;
     hosttest::writeText(folder.file("song.tremolin"), hosttest::readText(kDemo));
-    for (const std::string command : {"edit", "snapshot --out editor.png"})
+    for (const std::vector<std::string>& command :
+         {std::vector<std::string>{"edit"}, std::vector<std::string>{"snapshot", "--out", "editor.png"}})
     {
-        const auto result = hosttest::run(folder, "'" + kProgram + "' " + command + " --module '" + kFake +
-                                                      "' --project song.tremolin --settings settings");
-        EXPECT_EQ(result.exitCode, 1) << command;
+        std::vector<std::string> args = command;
+        args.insert(args.end(), {"--module", hosttest::fakeModule(1), "--project", "song.tremolin",
+                                 "--settings", "settings"});
+        const auto result = hosttest::runProgram(folder, kProgram, args);
+        EXPECT_EQ(result.exitCode, 1) << command[0];
         EXPECT_EQ(result.err,
                   "tremolin-host: The module has no editor: its effect made no \"SequencerView\" view.\n")
-            << command;
+            << command[0];
     }
     EXPECT_EQ(hosttest::readText(folder.file("song.tremolin")), hosttest::readText(kDemo));
     EXPECT_EQ(folder.names(), std::vector<std::string>{"song.tremolin"})
@@ -120,8 +76,8 @@ TEST_F(EditorWindow, ModuleWithoutAnEditorIsRefusedAndNothingIsWritten)
 TEST_F(EditorWindow, SnapshotOfTheDemoShowsThePaintedEditor)
 {
     hosttest::TempFolder folder;
-    const auto result = hosttest::run(folder, "'" + kProgram + "' snapshot --project '" + kDemo +
-                                                  "' --settings settings --out editor.png");
+    const auto result = hosttest::runProgram(
+        folder, kProgram, {"snapshot", "--project", kDemo, "--settings", "settings", "--out", "editor.png"});
     ASSERT_EQ(result.exitCode, 0) << result.err;
     desktop::Picture picture;
     ASSERT_TRUE(desktop::readPng(folder.file("editor.png"), picture));
@@ -131,8 +87,9 @@ TEST_F(EditorWindow, SnapshotOfTheDemoShowsThePaintedEditor)
     const std::set<uint32_t> colours(picture.pixels.begin(), picture.pixels.end());
     EXPECT_GE(colours.size(), 16u);
 
-    const auto unwritable = hosttest::run(folder, "'" + kProgram + "' snapshot --project '" + kDemo +
-                                                      "' --settings settings --out missing/editor.png");
+    const auto unwritable = hosttest::runProgram(
+        folder, kProgram,
+        {"snapshot", "--project", kDemo, "--settings", "settings", "--out", "missing/editor.png"});
     EXPECT_EQ(unwritable.exitCode, 1);
     EXPECT_EQ(unwritable.err.rfind("tremolin-host: Can't write 'missing/editor.png': ", 0), 0u)
         << unwritable.err;
@@ -142,7 +99,7 @@ TEST_F(EditorWindow, ArrowKeysEditWhileThePatternPlaysAndTheWindowManagersCloseS
 {
     hosttest::TempFolder folder;
     hosttest::writeText(folder.file("song.tremolin"), hosttest::readText(kDemo));
-    Child edit(editCommand(folder, "song.tremolin", "--print --tempo 240"));
+    hosttest::Child edit(folder, kProgram, editArgs(folder, "song.tremolin", {"--print", "--tempo", "240"}));
     const uint64_t window = editWindow(edit);
     ASSERT_NE(window, 0u) << edit.err();
     int width = 0, height = 0;
@@ -175,12 +132,11 @@ TEST_F(EditorWindow, ArrowKeysEditWhileThePatternPlaysAndTheWindowManagersCloseS
 TEST_F(EditorWindow, ParameterKeysChangeTheProjectEscapeSavesItAndAChunkStaysAChunk)
 {
     hosttest::TempFolder folder;
-    ASSERT_EQ(hosttest::run(folder, "'" + kProgram + "' project import '" + kDemo + "' song.chunk").exitCode,
-              0);
+    ASSERT_EQ(hosttest::runProgram(folder, kProgram, {"project", "import", kDemo, "song.chunk"}).exitCode, 0);
     const std::string original = hosttest::readText(folder.file("song.chunk"));
 
     {
-        Child untouched(editCommand(folder, "song.chunk"));
+        hosttest::Child untouched(folder, kProgram, editArgs(folder, "song.chunk"));
         ASSERT_NE(editWindow(untouched), 0u) << untouched.err();
         desktop::typeKey("Escape");
         ASSERT_EQ(untouched.finish(30), 0) << untouched.err();
@@ -188,7 +144,7 @@ TEST_F(EditorWindow, ParameterKeysChangeTheProjectEscapeSavesItAndAChunkStaysACh
         EXPECT_EQ(hosttest::readText(folder.file("song.chunk")), original);
     }
 
-    Child edit(editCommand(folder, "song.chunk"));
+    hosttest::Child edit(folder, kProgram, editArgs(folder, "song.chunk"));
     const uint64_t window = editWindow(edit);
     ASSERT_NE(window, 0u) << edit.err();
     desktop::pointInto(window);

@@ -12,9 +12,26 @@ namespace desktop
 {
 namespace
 {
-// Where typed keys go: the window found last, or the window under the pointer once it was moved
-// into one, as a click there would give it the focus.
-HWND keyTarget = nullptr;
+// Where typed keys go: the innermost window under the pointer once it was moved into a window,
+// as a click there would give it the focus; else the window found last.
+HWND foundWindow = nullptr;
+HWND pointedWindow = nullptr;
+POINT pointedAt{}; // in the pointed window's client area
+
+HWND keyTarget()
+{
+    if (!pointedWindow || !IsWindow(pointedWindow)) return foundWindow;
+    // Found anew for every key: the program may have made the window under the pointer since.
+    HWND target = pointedWindow;
+    POINT point = pointedAt;
+    for (;;)
+    {
+        HWND child = ChildWindowFromPointEx(target, point, CWP_SKIPINVISIBLE | CWP_SKIPTRANSPARENT);
+        if (!child || child == target) return target;
+        MapWindowPoints(target, child, &point, 1);
+        target = child;
+    }
+}
 
 struct Search
 {
@@ -73,7 +90,8 @@ uint64_t findWindow(const std::string& prefix, double seconds)
         EnumWindows(visit, reinterpret_cast<LPARAM>(&search));
         if (search.found)
         {
-            keyTarget = search.found;
+            foundWindow = search.found;
+            pointedWindow = nullptr;
             return reinterpret_cast<uintptr_t>(search.found);
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
@@ -94,20 +112,11 @@ void pointInto(uint64_t handle)
     const HWND window = reinterpret_cast<HWND>(handle);
     int width = 0, height = 0;
     size(handle, width, height);
-    POINT middle{width / 2, height / 2};
-    POINT onScreen = middle;
+    pointedWindow = window;
+    pointedAt = {width / 2, height / 2};
+    POINT onScreen = pointedAt;
     ClientToScreen(window, &onScreen);
     SetCursorPos(onScreen.x, onScreen.y);
-    // Down to the innermost window there: the module's own, inside the program's.
-    HWND target = window;
-    for (;;)
-    {
-        HWND child = ChildWindowFromPointEx(target, middle, CWP_SKIPINVISIBLE | CWP_SKIPTRANSPARENT);
-        if (!child || child == target) break;
-        MapWindowPoints(target, child, &middle, 1);
-        target = child;
-    }
-    keyTarget = target;
 }
 
 void typeKey(const std::string& name)
@@ -116,13 +125,14 @@ void typeKey(const std::string& name)
     {
         LPARAM data = 1 | static_cast<LPARAM>(MapVirtualKeyW(key, MAPVK_VK_TO_VSC)) << 16;
         if (key != VK_ESCAPE) data |= 1 << 24; // the arrows are extended keys
-        PostMessageW(keyTarget, WM_KEYDOWN, key, data);
-        PostMessageW(keyTarget, WM_KEYUP, key, data | 3u << 30);
+        const HWND target = keyTarget();
+        PostMessageW(target, WM_KEYDOWN, key, data);
+        PostMessageW(target, WM_KEYUP, key, data | 3u << 30);
         return;
     }
     // A typed character reaches a program as the WM_CHAR that its loop makes from the key's
     // press. Posting the press as well would have the loop make a second one.
-    if (const wchar_t typed = character(name)) PostMessageW(keyTarget, WM_CHAR, typed, 1);
+    if (const wchar_t typed = character(name)) PostMessageW(keyTarget(), WM_CHAR, typed, 1);
 }
 
 void requestClose(uint64_t window)

@@ -2,6 +2,8 @@
 # start, driven by a user: on Linux through the server's test extension, on Windows (under Wine,
 # whose windows are on that server too) through the messages of the program's windows.
 if(TARGET toolkit_tests AND TARGET tremolin_module)
+  # Read at the end of the top directory, which has not read GoogleTest's module in every build.
+  include(GoogleTest)
   get_directory_property(host_window_display DIRECTORY ${CMAKE_SOURCE_DIR}/tests DEFINITION toolkit_display)
   if(WIN32)
     file(GLOB host_window_test_sources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/tests/host/window/*.cpp

@@ -38,6 +38,13 @@ struct Picture
     int32_t width = 0;
     int32_t height = 0;
     std::vector<uint32_t> pixels;
+
+    // Pixels for every place of a picture that has any.
+    bool complete() const
+    {
+        return width > 0 && height > 0 &&
+               pixels.size() == static_cast<size_t>(width) * static_cast<size_t>(height);
+    }
 };
 
 class EditorWindow

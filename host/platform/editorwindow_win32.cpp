@@ -73,43 +73,35 @@ bool registerClass(HINSTANCE instance)
 // dispatching, so that they reach neither window procedure.
 bool keyEvent(const MSG& message, WindowEvent& out)
 {
+    using Key = WindowEvent::Key;
+    static const struct
+    {
+        WPARAM virtualKey;
+        Key key;
+    } keys[] = {{VK_LEFT, Key::Left},
+                {VK_UP, Key::Up},
+                {VK_RIGHT, Key::Right},
+                {VK_DOWN, Key::Down},
+                {VK_ESCAPE, Key::Escape}};
     out = WindowEvent{};
     out.kind = WindowEvent::Kind::Key;
     if (message.message == WM_KEYDOWN)
     {
-        switch (message.wParam)
-        {
-        case VK_LEFT:
-            out.key = WindowEvent::Key::Left;
-            return true;
-        case VK_UP:
-            out.key = WindowEvent::Key::Up;
-            return true;
-        case VK_RIGHT:
-            out.key = WindowEvent::Key::Right;
-            return true;
-        case VK_DOWN:
-            out.key = WindowEvent::Key::Down;
-            return true;
-        case VK_ESCAPE:
-            out.key = WindowEvent::Key::Escape;
-            return true;
-        default:
-            return false;
-        }
+        for (const auto& key : keys)
+            if (message.wParam == key.virtualKey)
+            {
+                out.key = key.key;
+                return true;
+            }
+        return false;
     }
     if (message.message == WM_CHAR && message.wParam > L' ' && message.wParam < 127)
     {
-        out.key = WindowEvent::Key::Character;
+        out.key = Key::Character;
         out.character = static_cast<char>(message.wParam);
         return true;
     }
     return false;
-}
-
-bool isKeyMessage(UINT message)
-{
-    return message == WM_KEYDOWN || message == WM_CHAR;
 }
 } // namespace
 
@@ -225,7 +217,7 @@ bool EditorWindow::nextEvent(WindowEvent& out, int32_t waitMilliseconds)
         }
         const bool ours = message.hwnd && native->window &&
                           (message.hwnd == native->window || IsChild(native->window, message.hwnd));
-        if (ours && isKeyMessage(message.message) && keyEvent(message, out)) return true;
+        if (ours && keyEvent(message, out)) return true;
         TranslateMessage(&message);
         DispatchMessageW(&message);
     }

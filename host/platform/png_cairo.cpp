@@ -19,8 +19,7 @@ cairo_status_t append(void* closure, const unsigned char* data, unsigned int len
 bool encodePng(const Picture& picture, std::vector<uint8_t>& png, std::string& error)
 {
     png.clear();
-    if (picture.width <= 0 || picture.height <= 0 ||
-        picture.pixels.size() != static_cast<size_t>(picture.width) * static_cast<size_t>(picture.height))
+    if (!picture.complete())
     {
         error = "There is no picture to write.";
         return false;

@@ -76,8 +76,7 @@ bool streamBytes(IStream* stream, std::vector<uint8_t>& bytes)
 bool encodePng(const Picture& picture, std::vector<uint8_t>& png, std::string& error)
 {
     png.clear();
-    if (picture.width <= 0 || picture.height <= 0 ||
-        picture.pixels.size() != static_cast<size_t>(picture.width) * static_cast<size_t>(picture.height))
+    if (!picture.complete())
     {
         error = "There is no picture to write.";
         return false;

@@ -36,8 +36,13 @@ foreach(kind IN ITEMS 1 2 3 4)
   add_dependencies(host_tests host_test_fake${kind})
 endforeach()
 
-add_dependencies(host_tests tremolin-host)
+# A program that tells what it was given, for the tests of the process helpers.
+add_executable(host_test_echo ${host_test_folder}/fakes/echo_program.cpp)
+set_target_properties(host_test_echo PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${fake_folder})
+
+add_dependencies(host_tests tremolin-host host_test_echo)
 target_compile_definitions(host_tests PRIVATE
+  TREMOLIN_ECHO_PROGRAM="${host_test_drive}$<TARGET_FILE:host_test_echo>"
   TREMOLIN_FAKE_MODULE_DIR="${host_test_drive}${fake_folder}"
   TREMOLIN_HOST_PROGRAM="${host_test_drive}$<TARGET_FILE:tremolin-host>"
   TREMOLIN_SOURCE_DIR="${host_test_drive}${CMAKE_SOURCE_DIR}")

@@ -102,12 +102,12 @@ bool makeDirectories(const std::string& path, std::string& error)
     const size_t slash = path.find_last_of('/');
     if (slash != std::string::npos && slash > 0 && !makeDirectories(path.substr(0, slash), error))
         return false;
-    if (mkdir(path.c_str(), 0755) != 0 && errno != EEXIST)
-    {
-        error = systemError(errno);
-        return false;
-    }
-    return true;
+    if (mkdir(path.c_str(), 0755) == 0) return true;
+    // "Exists" is success only if what exists is a folder, not a file of that name.
+    const int code = errno;
+    if (code == EEXIST && isDirectory(path)) return true;
+    error = systemError(code == EEXIST ? ENOTDIR : code);
+    return false;
 }
 
 bool readFile(const std::string& path, std::vector<uint8_t>& bytes, std::string& error)

@@ -128,12 +128,12 @@ bool makeDirectories(const std::string& path, std::string& error)
     if (slash != std::string::npos && slash > 0 && path[slash - 1] != ':' &&
         !makeDirectories(path.substr(0, slash), error))
         return false;
-    if (!CreateDirectoryW(widen(path).c_str(), nullptr) && GetLastError() != ERROR_ALREADY_EXISTS)
-    {
-        error = systemError(GetLastError());
-        return false;
-    }
-    return true;
+    if (CreateDirectoryW(widen(path).c_str(), nullptr)) return true;
+    // "Already exists" is success only if what exists is a folder, not a file of that name.
+    const DWORD code = GetLastError();
+    if (code == ERROR_ALREADY_EXISTS && isDirectory(path)) return true;
+    error = systemError(code == ERROR_ALREADY_EXISTS ? ERROR_DIRECTORY : code);
+    return false;
 }
 
 bool readFile(const std::string& path, std::vector<uint8_t>& bytes, std::string& error)

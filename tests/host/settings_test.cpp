@@ -1,4 +1,5 @@
 #include "host/hostsettings.h"
+#include "host/platform/hostplatform.h"
 #include "host/hosttext.h"
 #include "tests/host/host_test_support.h"
 
@@ -94,6 +95,9 @@ TEST(HostSettings, RefusesWhatTheFileCantHoldAndReportsFailedWrites)
     Settings blocked(folder.file("plain/settings"));
     EXPECT_NE(blocked->writeInt("Tremolin", "Controller1", 1), kResultOk);
     EXPECT_NE(blocked->lastError().find("plain/settings"), std::string::npos);
+    std::string reason;
+    EXPECT_FALSE(hostkit::platform::makeDirectories(folder.file("plain"), reason)) << "a file is no folder";
+    EXPECT_FALSE(reason.empty());
     int32_t value = 0;
     EXPECT_FALSE(blocked->readInt("Tremolin", "Controller1", &value));
 }

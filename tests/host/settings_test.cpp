@@ -1,6 +1,6 @@
 #include "host/hostsettings.h"
-#include "host/platform/hostplatform.h"
 #include "host/hosttext.h"
+#include "host/platform/hostplatform.h"
 #include "tests/host/host_test_support.h"
 
 #include <gtest/gtest.h>

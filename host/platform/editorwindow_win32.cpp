@@ -1,4 +1,5 @@
 #include "host/platform/editorwindow.h"
+#include "host/platform/widetext_win32.h"
 
 #ifndef NOMINMAX
 #define NOMINMAX
@@ -18,16 +19,6 @@ struct WindowState
     bool gone = false;       // the window was destroyed by someone else
 };
 const wchar_t* const kClassName = L"TremolinHostEditorWindow";
-
-std::wstring widen(const std::string& utf8)
-{
-    if (utf8.empty()) return {};
-    const int length =
-        MultiByteToWideChar(CP_UTF8, 0, utf8.data(), static_cast<int>(utf8.size()), nullptr, 0);
-    std::wstring wide(static_cast<size_t>(length), L'\0');
-    MultiByteToWideChar(CP_UTF8, 0, utf8.data(), static_cast<int>(utf8.size()), wide.data(), length);
-    return wide;
-}
 
 LRESULT CALLBACK windowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
 {

@@ -1,4 +1,5 @@
 #include "host/platform/hostplatform.h"
+#include "host/platform/widetext_win32.h"
 
 #include <windows.h>
 
@@ -8,26 +9,6 @@ namespace hostkit::platform
 {
 namespace
 {
-std::wstring widen(const std::string& text)
-{
-    if (text.empty()) return {};
-    const int count = MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0);
-    std::wstring wide(static_cast<size_t>(count), L'\0');
-    MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), wide.data(), count);
-    return wide;
-}
-
-std::string narrow(const std::wstring& text)
-{
-    if (text.empty()) return {};
-    const int count = WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0,
-                                          nullptr, nullptr);
-    std::string out(static_cast<size_t>(count), '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), out.data(), count, nullptr,
-                        nullptr);
-    return out;
-}
-
 std::string slashes(std::string path)
 {
     for (char& c : path)
@@ -48,6 +29,26 @@ std::string systemError(DWORD code)
     return narrow(message);
 }
 } // namespace
+
+std::wstring widen(const std::string& text)
+{
+    if (text.empty()) return {};
+    const int count = MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0);
+    std::wstring wide(static_cast<size_t>(count), L'\0');
+    MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), wide.data(), count);
+    return wide;
+}
+
+std::string narrow(const std::wstring& text)
+{
+    if (text.empty()) return {};
+    const int count = WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0,
+                                          nullptr, nullptr);
+    std::string out(static_cast<size_t>(count), '\0');
+    WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), out.data(), count, nullptr,
+                        nullptr);
+    return out;
+}
 
 struct Library
 {

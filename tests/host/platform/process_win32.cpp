@@ -1,5 +1,7 @@
 #include "tests/host/platform/process_native.h"
 
+#include "host/platform/widetext_win32.h"
+
 #include <windows.h>
 
 #include <algorithm>
@@ -7,6 +9,8 @@
 
 namespace hosttest
 {
+using hostkit::platform::widen;
+
 namespace native
 {
 struct Process
@@ -16,15 +20,6 @@ struct Process
 
 namespace
 {
-std::wstring widen(const std::string& text)
-{
-    if (text.empty()) return {};
-    const int count = MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0);
-    std::wstring wide(static_cast<size_t>(count), L'\0');
-    MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), wide.data(), count);
-    return wide;
-}
-
 std::wstring backslashes(std::wstring path)
 {
     std::replace(path.begin(), path.end(), L'/', L'\\');

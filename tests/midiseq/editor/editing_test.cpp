@@ -368,5 +368,8 @@ TEST_F(Editing, EditsWhileTheTransportPlaysOnItsOwnThread)
     stop = true;
     transport.join();
     for (const auto& event : host->track().events())
-        if (event.isNoteOn()) ASSERT_TRUE(event.data1 >= 60 && event.data1 <= 64) << event.data1;
+    {
+        if (!event.isNoteOn()) continue;
+        ASSERT_TRUE(event.data1 >= 60 && event.data1 <= 64) << event.data1;
+    }
 }

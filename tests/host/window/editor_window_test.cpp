@@ -17,6 +17,8 @@ namespace
 const std::string kProgram = TREMOLIN_HOST_PROGRAM;
 const std::string kDemo = TREMOLIN_SOURCE_DIR "/examples/demo.tremolin";
 const std::string kEditTitle = "Tremolin - arrows";
+// What the transport prints first: the bass's C1 on tick 0 of the demo's first bar.
+const std::string kFirstNote = "note C1 (36)  velocity 120";
 
 std::vector<std::string> editArgs(const hosttest::TempFolder& folder, const std::string& project,
                                   const std::vector<std::string>& more = {})
@@ -121,7 +123,7 @@ TEST_F(EditorWindow, ArrowKeysEditWhileThePatternPlaysAndTheWindowManagersCloseS
     // The transport starts once the editor is in the window: the first bar plays the bass's C1 on
     // tick 0 as the project has it. Keys typed into the editor's own window then still reach
     // the host.
-    EXPECT_TRUE(edit.says("note C1 (36)  velocity 120", 20)) << edit.out();
+    EXPECT_TRUE(edit.says(kFirstNote, 20)) << edit.out();
     desktop::pointInto(window);
     desktop::typeKey("Up");
     desktop::typeKey("Up");
@@ -149,17 +151,22 @@ TEST_F(EditorWindow, ParameterKeysChangeTheProjectEscapeSavesItAndAChunkStaysACh
     const std::string original = hosttest::readText(folder.file("song.chunk"));
 
     {
-        hosttest::Child untouched(folder, kProgram, editArgs(folder, "song.chunk"));
-        ASSERT_NE(editWindow(untouched), 0u) << untouched.err();
+        hosttest::Child untouched(folder, kProgram, editArgs(folder, "song.chunk", {"--print"}));
+        const uint64_t window = editWindow(untouched);
+        ASSERT_NE(window, 0u) << untouched.err();
+        // A key typed before the editor is up, or with the pointer elsewhere, reaches no one.
+        ASSERT_TRUE(untouched.says(kFirstNote, 20)) << untouched.out();
+        desktop::pointInto(window);
         desktop::typeKey("Escape");
         ASSERT_EQ(untouched.finish(30), 0) << untouched.err();
         EXPECT_NE(untouched.out().find("No changes"), std::string::npos) << untouched.out();
         EXPECT_EQ(hosttest::readText(folder.file("song.chunk")), original);
     }
 
-    hosttest::Child edit(folder, kProgram, editArgs(folder, "song.chunk"));
+    hosttest::Child edit(folder, kProgram, editArgs(folder, "song.chunk", {"--print"}));
     const uint64_t window = editWindow(edit);
     ASSERT_NE(window, 0u) << edit.err();
+    ASSERT_TRUE(edit.says(kFirstNote, 20)) << edit.out();
     desktop::pointInto(window);
     desktop::typeKey("equal");        // Length of pattern 1: 17
     desktop::typeKey("bracketright"); // Pattern Select 2

@@ -45,8 +45,7 @@ void BM_ProcessNoGridPoint(benchmark::State& state)
     for (auto _ : state)
         engine->process(10, 110, &track); // the next point, 120, lies behind the range
     benchmark::DoNotOptimize(track.sent);
-    if (track.sent != 0)
-        state.SkipWithError("a range without a grid point played something");
+    if (track.sent != 0) state.SkipWithError("a range without a grid point played something");
 }
 BENCHMARK(BM_ProcessNoGridPoint);
 

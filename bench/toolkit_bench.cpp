@@ -36,13 +36,14 @@ public:
             {
                 const bool on = (row * 7 + column * 3) % 5 == 0;
                 context->setFillColor(on ? CColor{230, 120, 40, 255} : CColor{30, 30, 36, 255});
-                CRect cell(column * cellWidth, row * cellHeight, (column + 1) * cellWidth, (row + 1) * cellHeight);
+                CRect cell(column * cellWidth, row * cellHeight, (column + 1) * cellWidth,
+                           (row + 1) * cellHeight);
                 context->drawRect(cell, kDrawFilledAndStroked);
             }
             char name[8];
             std::snprintf(name, sizeof name, "C%d", int(row));
-            context->drawStringInRect(name, CRect(0, row * cellHeight, cellWidth, (row + 1) * cellHeight), kLeftText,
-                                      true);
+            context->drawStringInRect(name, CRect(0, row * cellHeight, cellWidth, (row + 1) * cellHeight),
+                                      kLeftText, true);
         }
         setDirty(false);
     }

@@ -38,14 +38,12 @@ class FLockGuard
 public:
     explicit FLockGuard(ILock* l) : held(l)
     {
-        if (held)
-            held->lock();
+        if (held) held->lock();
     }
     explicit FLockGuard(ILock& l) : FLockGuard(&l) {}
     ~FLockGuard()
     {
-        if (held)
-            held->unlock();
+        if (held) held->unlock();
     }
     FLockGuard(const FLockGuard&) = delete;
     FLockGuard& operator=(const FLockGuard&) = delete;

@@ -24,11 +24,9 @@ constexpr uint64_t kLowMemoryLimit = 1000000;
 // the nearest, the heap address, zero, and the size asked for.
 void* allocateFramed(std::size_t bytes)
 {
-    if (bytes > SIZE_MAX - kFrontRoom)
-        return nullptr;
+    if (bytes > SIZE_MAX - kFrontRoom) return nullptr;
     void* heap = std::malloc(bytes + kFrontRoom);
-    if (!heap)
-        return nullptr;
+    if (!heap) return nullptr;
     const std::uintptr_t address = reinterpret_cast<std::uintptr_t>(heap);
     const std::size_t offset = kFrontRoom - (address + kFrontRoom) % kAlignment;
     char* block = static_cast<char*>(heap) + offset;
@@ -41,8 +39,7 @@ void* allocateFramed(std::size_t bytes)
 
 void freeFramed(void* block)
 {
-    if (block)
-        std::free(reinterpret_cast<void*>(static_cast<std::uintptr_t*>(block)[-1]));
+    if (block) std::free(reinterpret_cast<void*>(static_cast<std::uintptr_t*>(block)[-1]));
 }
 
 void reverseBytes(void* data, std::size_t width)
@@ -62,8 +59,7 @@ public:
 
     void getNativePath(char* buffer, const OrnPath* path) override
     {
-        if (!buffer)
-            return;
+        if (!buffer) return;
         if (path)
             path->getNativeText(buffer);
         else
@@ -72,29 +68,23 @@ public:
 
     bool copyFile(const OrnPath* source, const OrnPath* destination, IOrnCopyProgress* progress) override
     {
-        if (!progress || !source || !destination)
-            return false;
+        if (!progress || !source || !destination) return false;
         // The destination is emptied when it opens; a file copied onto itself would be lost.
-        if (source->equalsText(destination->getText()))
-            return false;
+        if (source->equalsText(destination->getText())) return false;
         OrnFileStream from(source);
         OrnFileStream to(destination);
-        if (!from.open(1) || !to.open(2))
-            return false;
+        if (!from.open(1) || !to.open(2)) return false;
         std::unique_ptr<uint8_t[]> block(new (std::nothrow) uint8_t[kCopyBlock]);
-        if (!block)
-            return false;
+        if (!block) return false;
         const int64_t total = from.getSize();
         int64_t copied = 0;
         while (copied < total)
         {
             const int64_t piece = std::min(kCopyBlock, total - copied);
-            if (from.readRaw(block.get(), piece) != piece || to.writeRaw(block.get(), piece) != piece)
-                break;
+            if (from.readRaw(block.get(), piece) != piece || to.writeRaw(block.get(), piece) != piece) break;
             copied += piece;
             progress->setCopied(copied);
-            if (progress->shouldStop())
-                break;
+            if (progress->shouldStop()) break;
         }
         from.close();
         to.close();
@@ -108,8 +98,7 @@ public:
 
     IOrnFileStream* openFile(const OrnPath* path, int32_t mode) override
     {
-        if (!path)
-            return nullptr;
+        if (!path) return nullptr;
         OrnNativeFileStream* opened = new (std::nothrow) OrnNativeFileStream(path);
         if (opened && !opened->open(mode))
         {
@@ -175,8 +164,7 @@ void OrnPlugObject::operator delete[](void* block, const std::nothrow_t&) noexce
 
 OrnNativeFileStream::OrnNativeFileStream(const OrnPath* madeFor)
 {
-    if (madeFor)
-        path = *madeFor;
+    if (madeFor) path = *madeFor;
 }
 
 OrnNativeFileStream::~OrnNativeFileStream()
@@ -215,8 +203,7 @@ int64_t OrnNativeFileStream::tell()
 
 void OrnNativeFileStream::rewind()
 {
-    if (file)
-        OrnNative::seekFile(file, 0, 0, lastError);
+    if (file) OrnNative::seekFile(file, 0, 0, lastError);
 }
 
 int64_t OrnNativeFileStream::seek(int64_t offset, int32_t mode)
@@ -231,15 +218,13 @@ void OrnNativeFileStream::flush()
 
 int64_t OrnNativeFileStream::write(const void* buffer, int64_t count)
 {
-    if (!file || !buffer || count < 1)
-        return 0;
+    if (!file || !buffer || count < 1) return 0;
     return OrnNative::writeFile(file, buffer, count, lastError);
 }
 
 int64_t OrnNativeFileStream::read(void* buffer, int64_t count)
 {
-    if (!file || !buffer || count < 1)
-        return 0;
+    if (!file || !buffer || count < 1) return 0;
     return OrnNative::readFile(file, buffer, count, lastError);
 }
 
@@ -248,8 +233,7 @@ int64_t OrnNativeFileStream::read(void* buffer, int64_t count)
 
 OrnFileStream::OrnFileStream(const OrnPath* filePath)
 {
-    if (filePath)
-        path = *filePath;
+    if (filePath) path = *filePath;
 }
 
 OrnFileStream::~OrnFileStream()
@@ -260,14 +244,12 @@ OrnFileStream::~OrnFileStream()
 
 void OrnFileStream::setPath(const OrnPath* newPath)
 {
-    if (newPath)
-        path = *newPath;
+    if (newPath) path = *newPath;
 }
 
 bool OrnFileStream::open(int32_t mode)
 {
-    if (!stream && ornFileSystem)
-        stream = ornFileSystem->openFile(&path, mode);
+    if (!stream && ornFileSystem) stream = ornFileSystem->openFile(&path, mode);
     return stream != nullptr;
 }
 
@@ -287,14 +269,12 @@ int64_t OrnFileStream::tell()
 void OrnFileStream::rewind()
 {
     readAheadCount = 0;
-    if (stream)
-        stream->rewind();
+    if (stream) stream->rewind();
 }
 
 int64_t OrnFileStream::seek(int64_t offset, int32_t mode)
 {
-    if (readAheadCount == 0)
-        return stream ? stream->seek(offset, mode) : -1;
+    if (readAheadCount == 0) return stream ? stream->seek(offset, mode) : -1;
 
     const int64_t position = tell();
     int64_t target;
@@ -313,8 +293,7 @@ int64_t OrnFileStream::seek(int64_t offset, int32_t mode)
     }
     // The file stands ahead of the reader by what is buffered; a relative seek must start from
     // where the reader is.
-    if (mode == 1)
-        stream->seek(position, 0);
+    if (mode == 1) stream->seek(position, 0);
     readAheadCount = 0;
     return stream->seek(offset, mode);
 }
@@ -322,8 +301,7 @@ int64_t OrnFileStream::seek(int64_t offset, int32_t mode)
 void OrnFileStream::flush()
 {
     readAheadCount = 0;
-    if (stream)
-        stream->flush();
+    if (stream) stream->flush();
 }
 
 bool OrnFileStream::setSize(int64_t newSize)
@@ -348,8 +326,7 @@ uint16_t OrnFileStream::getByteOrder() const
 
 int64_t OrnFileStream::writeString(const char* text, bool withTerminator)
 {
-    if (!text)
-        return 0;
+    if (!text) return 0;
     return writeRaw(text, int64_t(std::strlen(text)) + (withTerminator ? 1 : 0));
 }
 
@@ -360,43 +337,34 @@ bool OrnFileStream::writeBytes(const void* buffer, int64_t count)
 
 int64_t OrnFileStream::writeItems(const void* buffer, int64_t itemSize, int64_t itemCount)
 {
-    if (itemSize < 0 || itemCount < 0 || (itemSize > 0 && itemCount > INT64_MAX / itemSize))
-        return 0;
+    if (itemSize < 0 || itemCount < 0 || (itemSize > 0 && itemCount > INT64_MAX / itemSize)) return 0;
     return writeRaw(buffer, itemSize * itemCount);
 }
 
 template <class V> bool OrnFileStream::writeValue(V value)
 {
-    if (!isOk())
-        return false;
+    if (!isOk()) return false;
     uint8_t bytes[sizeof(V)];
     std::memcpy(bytes, &value, sizeof(V));
-    if (byteOrder != 0)
-        reverseBytes(bytes, sizeof(V));
+    if (byteOrder != 0) reverseBytes(bytes, sizeof(V));
     return writeRaw(bytes, sizeof(V)) == int64_t(sizeof(V));
 }
 
 template <class V> bool OrnFileStream::readValueThroughLocal(V& value)
 {
-    if (!isOk())
-        return false;
+    if (!isOk()) return false;
     uint8_t bytes[sizeof(V)];
-    if (readRaw(bytes, sizeof(V)) != int64_t(sizeof(V)))
-        return false;
-    if (byteOrder != 0)
-        reverseBytes(bytes, sizeof(V));
+    if (readRaw(bytes, sizeof(V)) != int64_t(sizeof(V))) return false;
+    if (byteOrder != 0) reverseBytes(bytes, sizeof(V));
     std::memcpy(&value, bytes, sizeof(V));
     return true;
 }
 
 template <class V> bool OrnFileStream::readValueInPlace(V& value)
 {
-    if (!isOk())
-        return false;
-    if (readRaw(&value, sizeof(V)) != int64_t(sizeof(V)))
-        return false;
-    if (byteOrder != 0)
-        reverseBytes(&value, sizeof(V));
+    if (!isOk()) return false;
+    if (readRaw(&value, sizeof(V)) != int64_t(sizeof(V))) return false;
+    if (byteOrder != 0) reverseBytes(&value, sizeof(V));
     return true;
 }
 
@@ -439,18 +407,15 @@ bool OrnFileStream::writeLine(const char* text)
 
 int32_t OrnFileStream::readLine(char* buffer, int32_t size)
 {
-    if (!buffer || size < 1)
-        return 0;
+    if (!buffer || size < 1) return 0;
     int32_t length = 0;
     while (length < size)
     {
         char c;
-        if (readRaw(&c, 1) != 1 || c == 10 || c == 13 || c == 0)
-            break;
+        if (readRaw(&c, 1) != 1 || c == 10 || c == 13 || c == 0) break;
         buffer[length++] = c;
     }
-    if (length == size)
-        --length;
+    if (length == size) --length;
     buffer[length] = 0;
     return length;
 }
@@ -462,8 +427,7 @@ bool OrnFileStream::readBytes(void* buffer, int64_t count)
 
 int64_t OrnFileStream::readItems(void* buffer, int64_t itemSize, int64_t itemCount)
 {
-    if (itemSize < 0 || itemCount < 0 || (itemSize > 0 && itemCount > INT64_MAX / itemSize))
-        return 0;
+    if (itemSize < 0 || itemCount < 0 || (itemSize > 0 && itemCount > INT64_MAX / itemSize)) return 0;
     return readRaw(buffer, itemSize * itemCount);
 }
 
@@ -547,12 +511,9 @@ bool OrnFileStream::hasLine(char* buffer, int32_t size)
 
 int64_t OrnFileStream::readRaw(void* buffer, int64_t count)
 {
-    if (!stream)
-        return -1;
-    if (!readAheadBuffer)
-        return stream->read(buffer, count);
-    if (count < 1 || !buffer)
-        return 0;
+    if (!stream) return -1;
+    if (!readAheadBuffer) return stream->read(buffer, count);
+    if (count < 1 || !buffer) return 0;
 
     uint8_t* out = static_cast<uint8_t*>(buffer);
     int64_t delivered = 0;
@@ -565,21 +526,17 @@ int64_t OrnFileStream::readRaw(void* buffer, int64_t count)
             readAheadCount -= piece;
             delivered += piece;
         }
-        if (delivered == count)
-            return delivered;
+        if (delivered == count) return delivered;
 
         // A large rest would only pass through the buffer; it goes to the caller directly.
         const int64_t wanted = count - delivered;
-        if (wanted > kReadAheadSize)
-            return delivered + stream->read(out + delivered, wanted);
+        if (wanted > kReadAheadSize) return delivered + stream->read(out + delivered, wanted);
 
         const int64_t position = stream->tell();
         const int64_t fileSize = stream->getSize();
         const int64_t amount = std::min(kReadAheadSize, fileSize - position);
-        if (position < 0 || fileSize < 0 || amount <= 0)
-            return 0;
-        if (stream->read(readAheadBuffer + kReadAheadSize - amount, amount) != amount)
-            return 0;
+        if (position < 0 || fileSize < 0 || amount <= 0) return 0;
+        if (stream->read(readAheadBuffer + kReadAheadSize - amount, amount) != amount) return 0;
         readAheadCount = amount;
     }
 }
@@ -598,8 +555,7 @@ void OrnFileStream::setReadAhead(bool on)
 {
     if (on)
     {
-        if (!readAheadBuffer)
-            readAheadBuffer = new (std::nothrow) uint8_t[kReadAheadSize]();
+        if (!readAheadBuffer) readAheadBuffer = new (std::nothrow) uint8_t[kReadAheadSize]();
     }
     else
     {
@@ -609,9 +565,7 @@ void OrnFileStream::setReadAhead(bool on)
     readAheadCount = 0;
 }
 
-void OrnFileStream::setBlockSize(int64_t)
-{
-}
+void OrnFileStream::setBlockSize(int64_t) {}
 
 int64_t OrnFileStream::getBlockSize() const
 {
@@ -631,8 +585,7 @@ OrnMemoryStream::OrnMemoryStream(void* buffer, int32_t bufferSize)
 
 OrnMemoryStream::~OrnMemoryStream()
 {
-    if (ownMemory && memory)
-        OrnBlockAllocator::get().free(memory);
+    if (ownMemory && memory) OrnBlockAllocator::get().free(memory);
 }
 
 int64_t OrnMemoryStream::tell()
@@ -657,8 +610,7 @@ int64_t OrnMemoryStream::seek(int64_t offset, int32_t mode)
         break;
     case 2:
         cursor = size + offset;
-        if (cursor > size)
-            cursor = size;
+        if (cursor > size) cursor = size;
         break;
     default:
         break;
@@ -673,17 +625,14 @@ int64_t OrnMemoryStream::getSize()
 
 int64_t OrnMemoryStream::readRaw(void* buffer, int64_t count)
 {
-    if (!memory)
-        return 0;
+    if (!memory) return 0;
     // Nothing lies before the start; such a read ends where every read that finds nothing does.
     if (cursor >= 0)
     {
-        if (count > size - cursor)
-            count = size - cursor;
+        if (count > size - cursor) count = size - cursor;
         if (count > 0)
         {
-            if (buffer)
-                std::memcpy(buffer, memory + cursor, size_t(count));
+            if (buffer) std::memcpy(buffer, memory + cursor, size_t(count));
             cursor += count;
             return count;
         }
@@ -694,16 +643,12 @@ int64_t OrnMemoryStream::readRaw(void* buffer, int64_t count)
 
 int64_t OrnMemoryStream::writeRaw(const void* buffer, int64_t count)
 {
-    if (allocationError)
-        return 0;
-    if (count < 0 || cursor > INT64_MAX - count)
-        return 0;
+    if (allocationError) return 0;
+    if (count < 0 || cursor > INT64_MAX - count) return 0;
     // A fixed stream has no room beyond the caller's buffer, and nothing may be written there.
-    if (!ownMemory && cursor >= 0 && count > memorySize - cursor)
-        return 0;
+    if (!ownMemory && cursor >= 0 && count > memorySize - cursor) return 0;
 
-    if (cursor + count > size)
-        size = cursor + count;
+    if (cursor + count > size) size = cursor + count;
 
     if (ownMemory && size > memorySize)
     {
@@ -715,16 +660,14 @@ int64_t OrnMemoryStream::writeRaw(const void* buffer, int64_t count)
         {
             const int64_t blocks = (size - capacity) / blockSize + ((size - capacity) % blockSize ? 1 : 0);
             possible = blocks <= (INT64_MAX - capacity) / blockSize;
-            if (possible)
-                capacity += blocks * blockSize;
+            if (possible) capacity += blocks * blockSize;
         }
         uint8_t* fresh = nullptr;
         if (possible && uint64_t(capacity) <= SIZE_MAX)
             fresh = static_cast<uint8_t*>(OrnBlockAllocator::get().allocate(size_t(capacity)));
         if (fresh)
         {
-            if (memory)
-                std::memcpy(fresh, memory, size_t(memorySize));
+            if (memory) std::memcpy(fresh, memory, size_t(memorySize));
             OrnBlockAllocator::get().free(memory);
             memory = fresh;
             memorySize = capacity;
@@ -740,15 +683,12 @@ int64_t OrnMemoryStream::writeRaw(const void* buffer, int64_t count)
 
     if (memory)
     {
-        if (cursor >= 0 && buffer && count >= 1)
-            std::memcpy(memory + cursor, buffer, size_t(count));
+        if (cursor >= 0 && buffer && count >= 1) std::memcpy(memory + cursor, buffer, size_t(count));
         cursor += count;
-        if (cursor > size)
-            size = cursor;
+        if (cursor > size) size = cursor;
         return count;
     }
-    if (memorySize > 0)
-        allocationError = true;
+    if (memorySize > 0) allocationError = true;
     memorySize = 0;
     size = 0;
     cursor = 0;
@@ -780,16 +720,14 @@ void OrnMemoryStream::setDataSize(int64_t newSize)
 
 bool OrnSizedBlock::begin()
 {
-    if (!stream)
-        return false;
+    if (!stream) return false;
     start = stream->tell();
     return stream->writeInt32(0);
 }
 
 int32_t OrnSizedBlock::end()
 {
-    if (!stream || start < 0)
-        return 0;
+    if (!stream || start < 0) return 0;
     const int64_t endOfBlock = stream->tell();
     const int32_t blockSize = int32_t(endOfBlock - start - 4);
     stream->seek(start, 0);
@@ -800,12 +738,10 @@ int32_t OrnSizedBlock::end()
 
 bool OrnSizedBlock::beginRead()
 {
-    if (!stream)
-        return false;
+    if (!stream) return false;
     start = stream->tell();
     int32_t blockSize = 0;
-    if (!stream->readInt32(blockSize))
-        return false;
+    if (!stream->readInt32(blockSize)) return false;
     endPosition = start + blockSize + 4;
     return true;
 }
@@ -838,8 +774,7 @@ void* OrnBlockAllocator::allocate(std::size_t bytes)
 
 void* OrnBlockAllocator::allocateItems(std::size_t count)
 {
-    if (count == 0)
-        return nullptr;
+    if (count == 0) return nullptr;
     if (count > SIZE_MAX / 4)
     {
         failed.store(true, std::memory_order_relaxed);
@@ -865,8 +800,7 @@ bool queryMemoryStatus(OrnMemoryStatus& status)
 {
     status = OrnMemoryStatus();
     OrnNative::MemoryFigures figures;
-    if (!OrnNative::queryMemory(figures))
-        return false;
+    if (!OrnNative::queryMemory(figures)) return false;
     status.totalPhysical = figures.totalPhysical;
     status.availablePhysical = figures.availablePhysical;
     status.totalVirtual = figures.totalVirtual;

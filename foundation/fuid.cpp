@@ -42,8 +42,7 @@ uint32_t scanHex(const char* text, int digits)
     char field[9] = {};
     std::memcpy(field, text, static_cast<size_t>(digits));
     unsigned int parsed = 0;
-    if (std::sscanf(field, "%x", &parsed) != 1)
-        return 0;
+    if (std::sscanf(field, "%x", &parsed) != 1) return 0;
     return parsed;
 }
 
@@ -99,8 +98,7 @@ FUID::~FUID() = default;
 bool FUID::generate()
 {
     uint8_t fresh[16];
-    if (!FUIDPlatform::generate(fresh))
-        return false;
+    if (!FUIDPlatform::generate(fresh)) return false;
     std::memcpy(data, fresh, sizeof data);
     return true;
 }
@@ -108,15 +106,13 @@ bool FUID::generate()
 bool FUID::isValid() const
 {
     for (uint8_t b : data)
-        if (b != 0)
-            return true;
+        if (b != 0) return true;
     return false;
 }
 
 FUID& FUID::operator=(const FUID& other)
 {
-    if (this != &other)
-        std::memcpy(data, other.data, sizeof data);
+    if (this != &other) std::memcpy(data, other.data, sizeof data);
     return *this;
 }
 
@@ -165,27 +161,24 @@ int32_t FUID::compare(const FUID& other) const
     {
         const uint64_t mine = littleEndianWord(data + 8 * half);
         const uint64_t theirs = littleEndianWord(other.data + 8 * half);
-        if (mine != theirs)
-            return mine < theirs ? -1 : 1;
+        if (mine != theirs) return mine < theirs ? -1 : 1;
     }
     return 0;
 }
 
 void FUID::toText(char* out) const
 {
-    if (!out)
-        return;
+    if (!out) return;
     char tail[17];
     bytesToHex(data + 8, 8, tail);
     std::snprintf(out, 33, "%08X%04X%04X%s", static_cast<unsigned>(getWord1()),
-                  static_cast<unsigned>(data[4] | (data[5] << 8)), static_cast<unsigned>(data[6] | (data[7] << 8)),
-                  tail);
+                  static_cast<unsigned>(data[4] | (data[5] << 8)),
+                  static_cast<unsigned>(data[6] | (data[7] << 8)), tail);
 }
 
 bool FUID::fromText(const char* text)
 {
-    if (!text || std::strlen(text) != 32)
-        return false;
+    if (!text || std::strlen(text) != 32) return false;
     static const int positions[8] = {16, 18, 20, 22, 24, 26, 28, 30};
     readGroups(*this, text, 0, 8, 12, positions);
     return true;
@@ -193,21 +186,19 @@ bool FUID::fromText(const char* text)
 
 void FUID::toBracedText(char* out) const
 {
-    if (!out)
-        return;
+    if (!out) return;
     char pair[5];
     char six[13];
     bytesToHex(data + 8, 2, pair);
     bytesToHex(data + 10, 6, six);
     std::snprintf(out, 39, "{%08X-%04X-%04X-%s-%s}", static_cast<unsigned>(getWord1()),
-                  static_cast<unsigned>(data[4] | (data[5] << 8)), static_cast<unsigned>(data[6] | (data[7] << 8)),
-                  pair, six);
+                  static_cast<unsigned>(data[4] | (data[5] << 8)),
+                  static_cast<unsigned>(data[6] | (data[7] << 8)), pair, six);
 }
 
 bool FUID::fromBracedText(const char* text)
 {
-    if (!text || std::strlen(text) != 38)
-        return false;
+    if (!text || std::strlen(text) != 38) return false;
     static const int positions[8] = {20, 22, 25, 27, 29, 31, 33, 35};
     readGroups(*this, text, 1, 10, 15, positions);
     return true;
@@ -234,8 +225,9 @@ void FUID::printAs(char* out, int32_t style) const
     char local[128];
     char* target = out ? out : local;
     // Callers' buffers are sized for the longest style; the local one is too.
-    std::snprintf(target, sizeof local, format, static_cast<unsigned>(getWord1()), static_cast<unsigned>(getWord2()),
-                  static_cast<unsigned>(getWord3()), static_cast<unsigned>(getWord4()));
+    std::snprintf(target, sizeof local, format, static_cast<unsigned>(getWord1()),
+                  static_cast<unsigned>(getWord2()), static_cast<unsigned>(getWord3()),
+                  static_cast<unsigned>(getWord4()));
     if (!out)
     {
         std::strcat(local, "\n");

@@ -11,8 +11,7 @@ OrnPath::OrnPath(const OrnPath& other) : OrnPlugObject()
 
 OrnPath& OrnPath::operator=(const OrnPath& other)
 {
-    if (this != &other)
-        setRawText(other.getText());
+    if (this != &other) setRawText(other.getText());
     return *this;
 }
 
@@ -30,13 +29,11 @@ void OrnPath::setRawText(const char* text)
         return;
     }
     std::size_t length = std::strlen(text);
-    if (length > kBlockSize - 1)
-        length = kBlockSize - 1;
+    if (length > kBlockSize - 1) length = kBlockSize - 1;
     if (!buffer)
     {
         buffer = new (std::nothrow) char[kBlockSize];
-        if (!buffer)
-            return;
+        if (!buffer) return;
     }
     // The text may be a part of this very block, hence the move; the rest of the block is
     // zeroed so that whatever is written behind the text later still reads as terminated.
@@ -46,8 +43,7 @@ void OrnPath::setRawText(const char* text)
 
 void OrnPath::copyText(char* out) const
 {
-    if (!out)
-        return;
+    if (!out) return;
     if (buffer)
         std::memcpy(out, buffer, std::strlen(buffer) + 1);
     else
@@ -76,8 +72,7 @@ void OrnPath::addRef()
 
 void OrnPath::release()
 {
-    if (--refCount == 0)
-        delete this;
+    if (--refCount == 0) delete this;
 }
 
 void OrnPath::getNativeText(char* out) const

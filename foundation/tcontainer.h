@@ -56,16 +56,13 @@ public:
     // abstract operations alone; the concrete containers override them with cheaper walks.
     virtual T& at(int32_t index)
     {
-        if (index < 0)
-            return empty();
+        if (index < 0) return empty();
         std::unique_ptr<TIterator<T>> it(newIterator());
-        if (!it)
-            return empty();
+        if (!it) return empty();
         for (int32_t i = 0; !it->isDone(); ++i)
         {
             T& element = it->next();
-            if (i == index)
-                return element;
+            if (i == index) return element;
         }
         return empty();
     }
@@ -76,8 +73,7 @@ public:
         while (it && !it->isDone())
         {
             T& candidate = it->next();
-            if (candidate == element)
-                return candidate;
+            if (candidate == element) return candidate;
         }
         return empty();
     }
@@ -87,8 +83,7 @@ public:
         std::unique_ptr<TIterator<T>> it(newIterator());
         while (it && !it->isDone())
         {
-            if (it->next() == element)
-                return true;
+            if (it->next() == element) return true;
         }
         return false;
     }
@@ -99,8 +94,7 @@ public:
         std::unique_ptr<TIterator<T>> it(newIterator());
         while (it && !it->isDone())
         {
-            if (it->next() == element)
-                ++found;
+            if (it->next() == element) ++found;
         }
         return found;
     }
@@ -145,8 +139,7 @@ public:
     bool add(const T& element) override
     {
         Node* node = new (std::nothrow) Node{nullptr, element};
-        if (!node)
-            return false;
+        if (!node) return false;
         if (tail)
             tail->next = node;
         else
@@ -168,16 +161,14 @@ public:
         int32_t index = 0;
         for (Node* node = head; node; node = node->next, ++index)
         {
-            if (node->value == element)
-                return removeAt(index);
+            if (node->value == element) return removeAt(index);
         }
         return false;
     }
 
     bool removeAt(int32_t index) override
     {
-        if (index < 0 || index >= this->size)
-            return false;
+        if (index < 0 || index >= this->size) return false;
         if (index == 0)
         {
             removeFirst();
@@ -214,8 +205,7 @@ public:
 
     T& at(int32_t index) override
     {
-        if (index < 0 || index >= this->size)
-            return this->empty();
+        if (index < 0 || index >= this->size) return this->empty();
         Node* node = head;
         for (int32_t i = 0; i < index; ++i)
             node = node->next;
@@ -226,8 +216,7 @@ public:
     {
         for (Node* node = head; node; node = node->next)
         {
-            if (node->value == element)
-                return node->value;
+            if (node->value == element) return node->value;
         }
         return this->empty();
     }
@@ -236,8 +225,7 @@ public:
     {
         for (Node* node = head; node; node = node->next)
         {
-            if (node->value == element)
-                return true;
+            if (node->value == element) return true;
         }
         return false;
     }
@@ -247,8 +235,7 @@ public:
         int32_t found = 0;
         for (Node* node = head; node; node = node->next)
         {
-            if (node->value == element)
-                ++found;
+            if (node->value == element) ++found;
         }
         return found;
     }
@@ -258,13 +245,11 @@ public:
     // Each gives the value it took out, or the zero element for an empty list.
     T removeFirst()
     {
-        if (!head)
-            return this->empty();
+        if (!head) return this->empty();
         Node* node = head;
         T value = node->value;
         head = node->next;
-        if (!head)
-            tail = nullptr;
+        if (!head) tail = nullptr;
         delete node;
         --this->size;
         return value;
@@ -272,10 +257,8 @@ public:
 
     T removeLast()
     {
-        if (!head)
-            return this->empty();
-        if (head == tail)
-            return removeFirst();
+        if (!head) return this->empty();
+        if (head == tail) return removeFirst();
         Node* before = head;
         while (before->next != tail)
             before = before->next;
@@ -328,8 +311,7 @@ public:
 
     bool removeAt(int32_t index) override
     {
-        if (index < 0 || index >= count)
-            return false;
+        if (index < 0 || index >= count) return false;
         for (int32_t i = index; i < count - 1; ++i)
             elements[i] = elements[i + 1];
         elements[count - 1] = T();
@@ -347,8 +329,7 @@ public:
 
     T& at(int32_t index) override
     {
-        if (index < 0 || index >= count)
-            return this->empty();
+        if (index < 0 || index >= count) return this->empty();
         return elements[index];
     }
 
@@ -365,8 +346,7 @@ public:
         int32_t found = 0;
         for (int32_t i = 0; i < count; ++i)
         {
-            if (elements[i] == element)
-                ++found;
+            if (elements[i] == element) ++found;
         }
         return found;
     }
@@ -381,19 +361,16 @@ public:
     // and may not or cannot grow.
     bool insertAt(int32_t index, const T& element)
     {
-        if (index < 0 || index > count)
-            return false;
+        if (index < 0 || index > count) return false;
         if (count >= this->size)
         {
             int64_t grown;
-            if (growth == 0)
-                return false;
+            if (growth == 0) return false;
             if (growth == 0xFFFFFFFFu)
                 grown = this->size < 1 ? 10 : int64_t(this->size) * 2;
             else
                 grown = int64_t(this->size) + growth;
-            if (grown > INT32_MAX || !setCapacity(int32_t(grown)))
-                return false;
+            if (grown > INT32_MAX || !setCapacity(int32_t(grown))) return false;
         }
         for (int32_t i = count; i > index; --i)
             elements[i] = elements[i - 1];
@@ -406,8 +383,7 @@ public:
     // unchanged, if memory is short or the capacity is negative.
     bool setCapacity(int32_t capacity)
     {
-        if (capacity < 0)
-            return false;
+        if (capacity < 0) return false;
         if (capacity == 0)
         {
             removeAll();
@@ -417,10 +393,8 @@ public:
             return true;
         }
         T* fresh = new (std::nothrow) T[capacity]();
-        if (!fresh)
-            return false;
-        if (count > capacity)
-            count = capacity;
+        if (!fresh) return false;
+        if (count > capacity) count = capacity;
         for (int32_t i = 0; i < count; ++i)
             fresh[i] = elements[i];
         delete[] elements;
@@ -454,8 +428,7 @@ public:
     {
         for (int32_t i = 0; i < this->count; ++i)
         {
-            if (this->elements[i] == element)
-                return i;
+            if (this->elements[i] == element) return i;
         }
         return -1;
     }
@@ -471,8 +444,7 @@ public:
 
     T& next() override
     {
-        if (!node)
-            return list->empty();
+        if (!node) return list->empty();
         T& value = node->value;
         node = node->next;
         return value;
@@ -480,8 +452,7 @@ public:
 
     T& previous() override
     {
-        if (!node)
-            return list->empty();
+        if (!node) return list->empty();
         T& value = node->value;
         // Singly linked: the node before is found by walking from the head; from the first
         // node there is none, and the iterator is done.
@@ -510,15 +481,13 @@ public:
 
     T& next() override
     {
-        if (isDone())
-            return array->empty();
+        if (isDone()) return array->empty();
         return array->elements[index++];
     }
 
     T& previous() override
     {
-        if (isDone())
-            return array->empty();
+        if (isDone()) return array->empty();
         return array->elements[index--];
     }
 

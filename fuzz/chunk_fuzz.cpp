@@ -54,8 +54,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         for (int32_t block = 0; block < 16; ++block)
         {
             const int64_t from = int64_t(start) + block * 240;
-            if (from + 240 > INT32_MAX)
-                break;
+            if (from + 240 > INT32_MAX) break;
             engine.process(int32_t(from), int32_t(from + 240), &track);
         }
         // A position a little ahead, without running past the end of the host's tick range.

@@ -433,7 +433,8 @@ bool runEdit(const EditOptions& options, std::string& error)
     if (saved && edited == loaded)
         console.line("No changes; " + options.projectPath + " stays as it was.");
     else if (saved && !options.saveOnClose)
-        console.line("The demo stays as it was; to keep changes, edit a project of your own with --project FILE.");
+        console.line(
+            "The demo stays as it was; to keep changes, edit a project of your own with --project FILE.");
     else if (saved)
     {
         saved = saveProjectFile(options.projectPath, edited, !isChunk, error);

@@ -6,8 +6,8 @@
 // ExitDll, close the library. Every failure is one sentence in `error`, never a crash of the host.
 
 #include "foundation/fuid.h"
-#include "module/pluginfactory.h"
 #include "module/effectinterfaces.h"
+#include "module/pluginfactory.h"
 
 #include <memory>
 #include <string>

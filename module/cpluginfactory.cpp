@@ -22,16 +22,14 @@ void widenField(char16_t* wide, size_t wideWidth, const char* narrow, size_t nar
 void copyField(char* field, size_t width, const char* text)
 {
     std::memset(field, 0, width);
-    if (text)
-        std::strncpy(field, text, width - 1);
+    if (text) std::strncpy(field, text, width - 1);
 }
 
 CPluginFactory::CPluginFactory(const PFactoryRecord& record) : factoryRecord(record) {}
 
 CPluginFactory::~CPluginFactory()
 {
-    if (instance == this)
-        instance = nullptr;
+    if (instance == this) instance = nullptr;
     std::free(classes);
 }
 
@@ -66,8 +64,7 @@ uint32_t CPluginFactory::release()
 
 tresult CPluginFactory::getFactoryRecord(PFactoryRecord* record)
 {
-    if (record)
-        std::memcpy(record, &factoryRecord, sizeof factoryRecord);
+    if (record) std::memcpy(record, &factoryRecord, sizeof factoryRecord);
     return kResultOk;
 }
 
@@ -79,8 +76,7 @@ int32_t CPluginFactory::getClassCount()
 // The narrow records of a class that was given only in wide form are cleared and refused.
 template <class Record> tresult CPluginFactory::copyNarrowRecord(int32_t index, Record* record)
 {
-    if (!record || !validIndex(index))
-        return kInvalidArgument;
+    if (!record || !validIndex(index)) return kInvalidArgument;
     if (classes[index].wideOnly)
     {
         std::memset(record, 0, sizeof *record);
@@ -102,8 +98,7 @@ tresult CPluginFactory::getClassRecord2(int32_t index, PClassRecord2* record)
 
 tresult CPluginFactory::getClassRecordW(int32_t index, PClassRecordW* record)
 {
-    if (!record || !validIndex(index))
-        return kInvalidArgument;
+    if (!record || !validIndex(index)) return kInvalidArgument;
     std::memcpy(record, &classes[index].wide, sizeof *record);
     return kResultOk;
 }
@@ -115,15 +110,12 @@ tresult CPluginFactory::setFactoryContext(FUnknown*)
 
 tresult CPluginFactory::instantiate(const TUID classId, const TUID iid, void** obj)
 {
-    if (!obj)
-        return kInvalidArgument;
+    if (!obj) return kInvalidArgument;
     for (int32_t i = 0; i < classCount; ++i)
     {
-        if (!classId || std::memcmp(classes[i].wide.classId, classId, 16) != 0)
-            continue;
+        if (!classId || std::memcmp(classes[i].wide.classId, classId, 16) != 0) continue;
         FUnknown* object = classes[i].creator(classes[i].context);
-        if (!object)
-            break;
+        if (!object) break;
         const tresult result = object->queryInterface(iid, obj);
         // The creator's reference goes; what the caller holds is the one in `obj`, if any.
         object->release();
@@ -140,12 +132,10 @@ tresult CPluginFactory::instantiate(const TUID classId, const TUID iid, void** o
 
 bool CPluginFactory::grow()
 {
-    if (classCount < classCapacity)
-        return true;
+    if (classCount < classCapacity) return true;
     const int32_t capacity = classCapacity + 10;
     void* larger = std::realloc(classes, sizeof(ClassEntry) * static_cast<size_t>(capacity));
-    if (!larger)
-        return false;
+    if (!larger) return false;
     classes = static_cast<ClassEntry*>(larger);
     classCapacity = capacity;
     return true;
@@ -153,8 +143,7 @@ bool CPluginFactory::grow()
 
 bool CPluginFactory::addClass(const PClassRecord* record, PClassCreator creator, void* context)
 {
-    if (!record || !creator)
-        return false;
+    if (!record || !creator) return false;
     PClassRecord2 full;
     std::memset(&full, 0, sizeof full);
     std::memcpy(&full, record, sizeof *record);
@@ -163,8 +152,7 @@ bool CPluginFactory::addClass(const PClassRecord* record, PClassCreator creator,
 
 bool CPluginFactory::addClass2(const PClassRecord2* record, PClassCreator creator, void* context)
 {
-    if (!record || !creator || !grow())
-        return false;
+    if (!record || !creator || !grow()) return false;
     ClassEntry& entry = classes[classCount];
     std::memset(&entry, 0, sizeof entry);
     std::memcpy(&entry.record, record, sizeof *record);
@@ -187,8 +175,7 @@ bool CPluginFactory::addClass2(const PClassRecord2* record, PClassCreator creato
 
 bool CPluginFactory::addClassW(const PClassRecordW* record, PClassCreator creator, void* context)
 {
-    if (!record || !creator || !grow())
-        return false;
+    if (!record || !creator || !grow()) return false;
     ClassEntry& entry = classes[classCount];
     std::memset(&entry, 0, sizeof entry);
     std::memcpy(&entry.wide, record, sizeof *record);

@@ -8,7 +8,8 @@ namespace
 const PFactoryRecord& factoryRecord()
 {
     // Filled once per process; later factories take the same record.
-    static const PFactoryRecord record = [] {
+    static const PFactoryRecord record = []
+    {
         PFactoryRecord r;
         copyField(r.vendor, sizeof r.vendor, "Tarnwick Media Works");
         copyField(r.url, sizeof r.url, "https://tremolin.invalid");
@@ -28,8 +29,7 @@ TREMOLIN_EXPORT IPluginFactory* GetPluginFactory()
         return CPluginFactory::instance;
     }
     CPluginFactory* factory = new (std::nothrow) CPluginFactory(factoryRecord());
-    if (!factory)
-        return nullptr;
+    if (!factory) return nullptr;
     CPluginFactory::instance = factory;
     addModuleClasses(*factory);
     return factory;

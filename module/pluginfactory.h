@@ -106,9 +106,9 @@ public:
 // The three exports of the module file, all with C linkage.
 extern "C"
 {
-typedef IPluginFactory* (*GetPluginFactoryProc)();
-typedef bool (*InitDllProc)();
-typedef bool (*ExitDllProc)();
+    typedef IPluginFactory* (*GetPluginFactoryProc)();
+    typedef bool (*InitDllProc)();
+    typedef bool (*ExitDllProc)();
 }
 
 // The class of the one effect: {440B3AB5-C89B-487E-B9AF-963A58BF332E}.

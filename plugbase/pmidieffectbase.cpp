@@ -24,8 +24,7 @@ tresult PMidiEffectBase::queryInterface(const TUID iid, void** obj)
         face = static_cast<IViewBuilder*>(this);
     if (!face)
     {
-        if (obj)
-            *obj = nullptr;
+        if (obj) *obj = nullptr;
         return kNoInterface;
     }
     addRef();
@@ -40,16 +39,14 @@ uint32_t PMidiEffectBase::addRef()
 
 uint32_t PMidiEffectBase::release()
 {
-    if (--referenceCount != 0)
-        return static_cast<uint32_t>(referenceCount);
+    if (--referenceCount != 0) return static_cast<uint32_t>(referenceCount);
     delete this;
     return 0;
 }
 
 tresult PMidiEffectBase::initialize(IHostContext* hostContext)
 {
-    if (!hostContext)
-        return kInvalidArgument;
+    if (!hostContext) return kInvalidArgument;
     context = hostContext;
     context->addRef();
     void* out = nullptr;
@@ -66,19 +63,15 @@ tresult PMidiEffectBase::terminate()
     delete values;
     values = nullptr;
     // The pointers stay as they are: nothing may use them after terminate.
-    if (track)
-        track->release();
-    if (plugSite)
-        plugSite->release();
-    if (context)
-        context->release();
+    if (track) track->release();
+    if (plugSite) plugSite->release();
+    if (context) context->release();
     return kResultOk;
 }
 
 tresult PMidiEffectBase::getCapabilities(PEffectCapabilities* record)
 {
-    if (record)
-        record->capabilities = capabilities;
+    if (record) record->capabilities = capabilities;
     return kResultOk;
 }
 
@@ -89,8 +82,7 @@ tresult PMidiEffectBase::setMode(int32_t)
 
 tresult PMidiEffectBase::processEvent(HostMidiEvent* event)
 {
-    if (!track)
-        return kInternalError;
+    if (!track) return kInternalError;
     return track->forwardEvent(event);
 }
 
@@ -122,8 +114,7 @@ tresult PMidiEffectBase::suspend()
 tresult PMidiEffectBase::findValue(const char* name, IHostValue** value)
 {
     IHostValue* found = values ? values->getValueByName(name) : nullptr;
-    if (value)
-        *value = found;
+    if (value) *value = found;
     return found ? kResultOk : kResultFalse;
 }
 
@@ -145,8 +136,7 @@ tresult PMidiEffectBase::getValueName(int32_t index, char* name)
 tresult PMidiEffectBase::getValueAt(int32_t index, IHostValue** value)
 {
     IHostValue* found = values ? values->getValueAt(index) : nullptr;
-    if (value)
-        *value = found;
+    if (value) *value = found;
     return found ? kResultOk : kResultFalse;
 }
 
@@ -167,7 +157,6 @@ tresult PMidiEffectBase::getResource(const char*, void*, int32_t*)
 
 tresult PMidiEffectBase::createView(const char*, const PViewRect*, IPlugView** view)
 {
-    if (view)
-        *view = nullptr;
+    if (view) *view = nullptr;
     return kResultFalse;
 }

@@ -14,13 +14,11 @@ template <class T> struct Queried
     Queried(FUnknown* object)
     {
         void* out = nullptr;
-        if (object && object->queryInterface(T::iid, &out) == kResultOk)
-            face = static_cast<T*>(out);
+        if (object && object->queryInterface(T::iid, &out) == kResultOk) face = static_cast<T*>(out);
     }
     ~Queried()
     {
-        if (face)
-            face->release();
+        if (face) face->release();
     }
     Queried(const Queried&) = delete;
     Queried& operator=(const Queried&) = delete;
@@ -35,13 +33,11 @@ template <class T> struct Queried
 template <class Visit> PValueEntry* findEntry(const PValueList& list, Visit visit)
 {
     std::unique_ptr<TIterator<PValueEntry*>> it(const_cast<PValueList&>(list).newIterator());
-    if (!it)
-        return nullptr;
+    if (!it) return nullptr;
     while (!it->isDone())
     {
         PValueEntry* entry = it->next();
-        if (entry && entry->value && visit(*entry))
-            return entry;
+        if (entry && entry->value && visit(*entry)) return entry;
     }
     return nullptr;
 }
@@ -49,10 +45,12 @@ template <class Visit> PValueEntry* findEntry(const PValueList& list, Visit visi
 // Every entry, in order of adding.
 template <class Visit> void forEachEntry(const PValueList& list, Visit visit)
 {
-    findEntry(list, [&visit](PValueEntry& entry) {
-        visit(entry.value, entry.name.text8());
-        return false;
-    });
+    findEntry(list,
+              [&visit](PValueEntry& entry)
+              {
+                  visit(entry.value, entry.name.text8());
+                  return false;
+              });
 }
 } // namespace
 
@@ -64,8 +62,7 @@ PValueList::~PValueList()
         PValueEntry* entry = it->next();
         if (entry)
         {
-            if (entry->value)
-                entry->value->release();
+            if (entry->value) entry->value->release();
             delete entry;
         }
     }
@@ -73,7 +70,8 @@ PValueList::~PValueList()
     removeAll();
 }
 
-PValueContainer::PValueContainer(IHostObjectFactory* f, IPlugController* l) : listener(l), list(new PValueList)
+PValueContainer::PValueContainer(IHostObjectFactory* f, IPlugController* l)
+    : listener(l), list(new PValueList)
 {
     setHostContext(f);
 }
@@ -81,26 +79,21 @@ PValueContainer::PValueContainer(IHostObjectFactory* f, IPlugController* l) : li
 PValueContainer::~PValueContainer()
 {
     delete list;
-    if (factory)
-        factory->release();
+    if (factory) factory->release();
 }
 
 void PValueContainer::setHostContext(IHostObjectFactory* f)
 {
-    if (factory)
-        factory->release();
+    if (factory) factory->release();
     factory = f;
-    if (factory)
-        factory->addRef();
+    if (factory) factory->addRef();
 }
 
 IHostValue* PValueContainer::createValue(const FUID& kind)
 {
-    if (!factory)
-        return nullptr;
+    if (!factory) return nullptr;
     void* out = nullptr;
-    if (factory->createObject(kind, &out) != kResultOk || !out)
-        return nullptr;
+    if (factory->createObject(kind, &out) != kResultOk || !out) return nullptr;
     return static_cast<IHostValue*>(out);
 }
 
@@ -113,8 +106,7 @@ IHostValue* PValueContainer::addRangeValue(int32_t tag, const char* name, int32_
                                            int32_t defaultValue, bool flag1, bool flag16)
 {
     IHostValue* value = createValue(IHostIntValue::iid);
-    if (!value)
-        return nullptr;
+    if (!value) return nullptr;
     value->setMinInt(min);
     value->setMaxInt(max);
     value->assignInt(defaultValue, 0);
@@ -125,8 +117,7 @@ IHostValue* PValueContainer::addRangeValue(int32_t tag, const char* name, int32_
         automation->setFlag(1, flag1);
         automation->setFlag(16, flag16);
     }
-    if (listener)
-        value->bindController(listener, tag);
+    if (listener) value->bindController(listener, tag);
     append(value, name);
     return value;
 }
@@ -134,8 +125,7 @@ IHostValue* PValueContainer::addRangeValue(int32_t tag, const char* name, int32_
 IHostValue* PValueContainer::addTriggerValue(int32_t tag, const char* name, bool initialState, bool flag1)
 {
     IHostValue* value = createValue(IHostBoolValue::iid);
-    if (!value)
-        return nullptr;
+    if (!value) return nullptr;
     value->assignInt(initialState ? 1 : 0, 0);
     Queried<IHostValueAutomation> automation(value);
     if (automation)
@@ -143,8 +133,7 @@ IHostValue* PValueContainer::addTriggerValue(int32_t tag, const char* name, bool
         automation->setDefault(initialState ? 1.0f : 0.0f);
         automation->setFlag(1, flag1);
     }
-    if (listener)
-        value->bindController(listener, tag);
+    if (listener) value->bindController(listener, tag);
     append(value, name);
     return value;
 }
@@ -153,42 +142,36 @@ IHostValue* PValueContainer::addListValue(int32_t tag, const char* name, const c
                                           const char16_t* defaultText, bool flag1)
 {
     IHostValue* value = createValue(IHostListValue::iid);
-    if (!value)
-        return nullptr;
+    if (!value) return nullptr;
     if (strings)
     {
         Queried<IHostValueStringList> stringList(value);
-        if (stringList)
-            stringList->setStrings(strings);
+        if (stringList) stringList->setStrings(strings);
     }
     if (defaultText)
         value->assignString(defaultText, 0);
     else if (strings && strings[0])
         value->assignString(strings[0], 0);
-    if (listener)
-        value->bindController(listener, tag);
+    if (listener) value->bindController(listener, tag);
     // A list value takes no default for automation.
     Queried<IHostValueAutomation> automation(value);
-    if (automation)
-        automation->setFlag(1, flag1);
+    if (automation) automation->setFlag(1, flag1);
     append(value, name);
     return value;
 }
 
-IHostValue* PValueContainer::addFloatValue(int32_t tag, const char* name, float min, float max, float defaultValue,
-                                           int32_t precision, bool flag1, bool flag16)
+IHostValue* PValueContainer::addFloatValue(int32_t tag, const char* name, float min, float max,
+                                           float defaultValue, int32_t precision, bool flag1, bool flag16)
 {
     IHostValue* value = createValue(IHostFloatValue::iid);
-    if (!value)
-        return nullptr;
+    if (!value) return nullptr;
     value->setMinFloat(min);
     value->setMaxFloat(max);
     value->assignFloat(defaultValue, 0);
     if (precision >= 0)
     {
         Queried<IHostValueUnit> unit(value);
-        if (unit)
-            unit->setPrecision(precision);
+        if (unit) unit->setPrecision(precision);
     }
     Queried<IHostValueAutomation> automation(value);
     if (automation)
@@ -197,8 +180,7 @@ IHostValue* PValueContainer::addFloatValue(int32_t tag, const char* name, float 
         automation->setFlag(1, flag1);
         automation->setFlag(16, flag16);
     }
-    if (listener)
-        value->bindController(listener, tag);
+    if (listener) value->bindController(listener, tag);
     append(value, name);
     return value;
 }
@@ -206,32 +188,25 @@ IHostValue* PValueContainer::addFloatValue(int32_t tag, const char* name, float 
 IHostValue* PValueContainer::addStringValue(int32_t tag, const char* name, const char16_t* text, bool flag1)
 {
     IHostValue* value = createValue(IHostStringValue::iid);
-    if (!value)
-        return nullptr;
-    if (text)
-        value->assignString(text, 0);
+    if (!value) return nullptr;
+    if (text) value->assignString(text, 0);
     Queried<IHostValueAutomation> automation(value);
-    if (automation)
-        automation->setFlag(1, flag1);
-    if (listener)
-        value->bindController(listener, tag);
+    if (automation) automation->setFlag(1, flag1);
+    if (listener) value->bindController(listener, tag);
     append(value, name);
     return value;
 }
 
 void PValueContainer::addHostValue(IHostValue* value, int32_t tag, const char* name)
 {
-    if (!value || !name)
-        return;
-    if (listener)
-        value->bindController(listener, tag);
+    if (!value || !name) return;
+    if (listener) value->bindController(listener, tag);
     append(value, name);
 }
 
 void PValueContainer::addUnboundValue(IHostValue* value, const char* name)
 {
-    if (!value || !name)
-        return;
+    if (!value || !name) return;
     append(value, name);
 }
 
@@ -243,12 +218,12 @@ IHostValue* PValueContainer::getValueByTag(int32_t tag) const
 
 IHostValue* PValueContainer::getValueByName(const char* name) const
 {
-    if (!name)
-        return nullptr;
+    if (!name) return nullptr;
     // A view over the caller's text: the lookup runs on the event thread and must not allocate
     // more than the iterator.
     const ConstString wanted(name);
-    PValueEntry* entry = findEntry(*list, [&wanted](PValueEntry& e) { return e.name.compare(wanted, 0) == 0; });
+    PValueEntry* entry =
+        findEntry(*list, [&wanted](PValueEntry& e) { return e.name.compare(wanted, 0) == 0; });
     return entry ? entry->value : nullptr;
 }
 
@@ -266,8 +241,7 @@ int32_t PValueContainer::getValueCount() const
 bool PValueContainer::getValueName(int32_t index, char* name) const
 {
     PValueEntry* entry = list->at(index);
-    if (!entry || !name)
-        return false;
+    if (!entry || !name) return false;
     const char* text = entry->name.text8();
     size_t i = 0;
     do
@@ -283,49 +257,48 @@ IHostSettings* PValueContainer::settingsObject(IHostSettings* given)
         given->addRef();
         return given;
     }
-    if (!factory)
-        return nullptr;
+    if (!factory) return nullptr;
     void* out = nullptr;
-    if (factory->createObject(IHostSettings::iid, &out) != kResultOk || !out)
-        return nullptr;
+    if (factory->createObject(IHostSettings::iid, &out) != kResultOk || !out) return nullptr;
     return static_cast<IHostSettings*>(out);
 }
 
 bool PValueContainer::storeValues(const char* section, IHostSettings* given)
 {
     IHostSettings* settings = settingsObject(given);
-    if (!settings)
-        return false;
+    if (!settings) return false;
     {
         Queried<IHostStringSettings> strings(settings);
-        forEachEntry(*list, [&](IHostValue* value, const char* key) {
-            switch (value->getKind())
-            {
-            case IHostValue::kKindInt:
-            case IHostValue::kKindList:
-                settings->writeInt(section, key, value->getInt());
-                break;
-            case IHostValue::kKindFloat:
-                settings->writeFloat(section, key, value->getFloat());
-                break;
-            case IHostValue::kKindString:
-                if (strings)
-                {
-                    int32_t length = 0;
-                    value->getString(nullptr, &length);
-                    std::vector<char16_t> text(static_cast<size_t>(length < 1 ? 1 : length + 1), 0);
-                    // In: the buffer's size with room for the terminator; out: the length.
-                    int32_t size = static_cast<int32_t>(text.size());
-                    if (length >= 1)
-                        value->getString(text.data(), &size);
-                    text.back() = 0;
-                    strings->writeString(section, key, text.data());
-                }
-                break;
-            default:
-                break;
-            }
-        });
+        forEachEntry(*list,
+                     [&](IHostValue* value, const char* key)
+                     {
+                         switch (value->getKind())
+                         {
+                         case IHostValue::kKindInt:
+                         case IHostValue::kKindList:
+                             settings->writeInt(section, key, value->getInt());
+                             break;
+                         case IHostValue::kKindFloat:
+                             settings->writeFloat(section, key, value->getFloat());
+                             break;
+                         case IHostValue::kKindString:
+                             if (strings)
+                             {
+                                 int32_t length = 0;
+                                 value->getString(nullptr, &length);
+                                 std::vector<char16_t> text(static_cast<size_t>(length < 1 ? 1 : length + 1),
+                                                            0);
+                                 // In: the buffer's size with room for the terminator; out: the length.
+                                 int32_t size = static_cast<int32_t>(text.size());
+                                 if (length >= 1) value->getString(text.data(), &size);
+                                 text.back() = 0;
+                                 strings->writeString(section, key, text.data());
+                             }
+                             break;
+                         default:
+                             break;
+                         }
+                     });
     }
     settings->release();
     return true;
@@ -334,39 +307,39 @@ bool PValueContainer::storeValues(const char* section, IHostSettings* given)
 bool PValueContainer::restoreValues(const char* section, int32_t flag, IHostSettings* given)
 {
     IHostSettings* settings = settingsObject(given);
-    if (!settings)
-        return false;
+    if (!settings) return false;
     {
         Queried<IHostStringSettings> strings(settings);
-        forEachEntry(*list, [&](IHostValue* value, const char* key) {
-            switch (value->getKind())
-            {
-            case IHostValue::kKindInt:
-            case IHostValue::kKindList:
-            {
-                int32_t stored = 0;
-                if (settings->readInt(section, key, &stored))
-                    value->assignInt(stored, flag);
-                break;
-            }
-            case IHostValue::kKindFloat:
-            {
-                double stored = 0.0;
-                if (settings->readFloat(section, key, &stored))
-                    value->assignFloat(static_cast<float>(stored), flag);
-                break;
-            }
-            case IHostValue::kKindString:
-            {
-                char16_t text[1024] = {};
-                if (strings && strings->readString(section, key, text, 1024))
-                    value->assignString(text, flag);
-                break;
-            }
-            default:
-                break;
-            }
-        });
+        forEachEntry(*list,
+                     [&](IHostValue* value, const char* key)
+                     {
+                         switch (value->getKind())
+                         {
+                         case IHostValue::kKindInt:
+                         case IHostValue::kKindList:
+                         {
+                             int32_t stored = 0;
+                             if (settings->readInt(section, key, &stored)) value->assignInt(stored, flag);
+                             break;
+                         }
+                         case IHostValue::kKindFloat:
+                         {
+                             double stored = 0.0;
+                             if (settings->readFloat(section, key, &stored))
+                                 value->assignFloat(static_cast<float>(stored), flag);
+                             break;
+                         }
+                         case IHostValue::kKindString:
+                         {
+                             char16_t text[1024] = {};
+                             if (strings && strings->readString(section, key, text, 1024))
+                                 value->assignString(text, flag);
+                             break;
+                         }
+                         default:
+                             break;
+                         }
+                     });
     }
     settings->release();
     return true;

@@ -49,31 +49,21 @@ bool CRect::isEmpty() const
 
 CRect& CRect::bound(const CRect& r)
 {
-    if (left < r.left)
-        left = r.left;
-    if (top < r.top)
-        top = r.top;
-    if (right > r.right)
-        right = r.right;
-    if (bottom > r.bottom)
-        bottom = r.bottom;
-    if (bottom < top)
-        bottom = top;
-    if (right < left)
-        right = left;
+    if (left < r.left) left = r.left;
+    if (top < r.top) top = r.top;
+    if (right > r.right) right = r.right;
+    if (bottom > r.bottom) bottom = r.bottom;
+    if (bottom < top) bottom = top;
+    if (right < left) right = left;
     return *this;
 }
 
 CRect& CRect::unite(const CRect& r)
 {
-    if (r.left < left)
-        left = r.left;
-    if (r.top < top)
-        top = r.top;
-    if (r.right > right)
-        right = r.right;
-    if (r.bottom > bottom)
-        bottom = r.bottom;
+    if (r.left < left) left = r.left;
+    if (r.top < top) top = r.top;
+    if (r.right > right) right = r.right;
+    if (r.bottom > bottom) bottom = r.bottom;
     return *this;
 }
 

@@ -42,8 +42,7 @@ public:
 
     virtual void release()
     {
-        if (--refCount == 0)
-            delete this;
+        if (--refCount == 0) delete this;
     }
     virtual void retain() { ++refCount; }
     virtual int32_t handleMessage(CBaseObject* sender, const char* message);

@@ -41,8 +41,7 @@ void acquireDrawingSystem()
 
 void releaseDrawingSystem()
 {
-    if (!drawingSystem)
-        return;
+    if (!drawingSystem) return;
     if (drawingSystem->referenceCount() == 1)
     {
         DrawingSystem* last = drawingSystem;
@@ -82,8 +81,7 @@ void setResourceFinder(ResourceFinder finder)
 bool findResource(const char* type, const CResourceDescription& description, const unsigned char** data,
                   uint32_t* size)
 {
-    if (!resourceFinder || !data || !size)
-        return false;
+    if (!resourceFinder || !data || !size) return false;
     *data = nullptr;
     *size = 0;
     return resourceFinder(type, description, data, size) && *data && *size > 0;
@@ -129,8 +127,7 @@ void CBitmap::drawTransparent(CDrawContext* context, const CRect& rect, const CP
 
 void CBitmap::drawAlpha(CDrawContext* context, const CRect& rect, const CPoint& offset, uint8_t alpha)
 {
-    if (!image || !context || !context->canDraw())
-        return;
+    if (!image || !context || !context->canDraw()) return;
     int32_t w = rect.width();
     int32_t h = rect.height();
     CRect src(offset.x, offset.y, offset.x + w, offset.y + h);
@@ -157,12 +154,10 @@ bool CBitmap::loadFromResource(const CResourceDescription& description)
     const unsigned char* data = nullptr;
     uint32_t size = 0;
     // An image file with alpha first, then the plain bitmap that the module mostly carries.
-    if (findResource(kResourceTypeData, description, &data, &size))
-        image = decodeNativeImage(data, size);
+    if (findResource(kResourceTypeData, description, &data, &size)) image = decodeNativeImage(data, size);
     if (!image && findResource(kResourceTypeBitmap, description, &data, &size))
         image = decodeNativeBitmap(data, size);
-    if (!image)
-        return false;
+    if (!image) return false;
     widthValue = nativeImageWidth(image);
     heightValue = nativeImageHeight(image);
     return true;
@@ -176,8 +171,7 @@ bool CBitmap::loadFromPath(const char*)
 
 CColor CBitmap::pixel(int32_t x, int32_t y) const
 {
-    if (!image)
-        return {0, 0, 0, 0};
+    if (!image) return {0, 0, 0, 0};
     return nativeImagePixel(image, x, y);
 }
 
@@ -189,12 +183,14 @@ bool CBitmap::writePng(const char* path) const
 //------------------------------------------------------------------------------------------------
 // Offscreen context
 
-COffscreenContext::COffscreenContext(CFrame* frame, int32_t width, int32_t height, const CColor& backgroundColor)
+COffscreenContext::COffscreenContext(CFrame* frame, int32_t width, int32_t height,
+                                     const CColor& backgroundColor)
     : CDrawContext(frame, nullptr, nullptr), heightValue(height), widthValue(width),
       backgroundColorValue(backgroundColor)
 {
     // A size below 1 goes into left or top, so that the clip is empty.
-    CRect clip(width < 1 ? width : 0, height < 1 ? height : 0, width < 1 ? 0 : width, height < 1 ? 0 : height);
+    CRect clip(width < 1 ? width : 0, height < 1 ? height : 0, width < 1 ? 0 : width,
+               height < 1 ? 0 : height);
     setClipRect(clip);
     bitmapValue = new CBitmap(frame, width, height);
     adoptGraphics(createImageGraphics(bitmapValue->platformImage()));
@@ -226,18 +222,14 @@ COffscreenContext::~COffscreenContext()
 {
     // The graphics draws into the bitmap's image, so it must go first.
     adoptGraphics(nullptr);
-    if (bitmapValue)
-        bitmapValue->release();
+    if (bitmapValue) bitmapValue->release();
 }
 
 void COffscreenContext::copyTo(CDrawContext* destination, const CRect& rect, const CPoint& offset)
 {
-    if (bitmapValue)
-        bitmapValue->draw(destination, rect, offset);
+    if (bitmapValue) bitmapValue->draw(destination, rect, offset);
 }
 
-void COffscreenContext::copyFrom(CDrawContext*, const CRect&, const CPoint&)
-{
-}
+void COffscreenContext::copyFrom(CDrawContext*, const CRect&, const CPoint&) {}
 
 } // namespace Plexel

@@ -108,7 +108,8 @@ class COffscreenContext : public CDrawContext
 {
 public:
     // The surface starts fully transparent; the background colour is kept, not painted.
-    COffscreenContext(CFrame* frame, int32_t width, int32_t height, const CColor& backgroundColor = kColorBlack);
+    COffscreenContext(CFrame* frame, int32_t width, int32_t height,
+                      const CColor& backgroundColor = kColorBlack);
     // Over a given bitmap: straight into it with drawInBitmap, else into a copy of it (or into
     // a black surface of 20 by 20 without a bitmap).
     COffscreenContext(CDrawContext* context, CBitmap* bitmap, bool drawInBitmap);

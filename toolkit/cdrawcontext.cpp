@@ -29,8 +29,7 @@ CFontDesc::~CFontDesc()
 
 void CFontDesc::setName(const char* newName)
 {
-    if (!newName || nameText == newName)
-        return;
+    if (!newName || nameText == newName) return;
     nameText = newName;
     freePlatformFont();
 }
@@ -122,16 +121,14 @@ CDrawContext::CDrawContext(CFrame* frame, PlatformHandle systemContext, Platform
       clipRect(initialClip(frame))
 {
     native = createNativeGraphics(systemContext, windowHandle);
-    if (windowHandle)
-        globalOffset = nativeWindowScreenPosition(windowHandle);
+    if (windowHandle) globalOffset = nativeWindowScreenPosition(windowHandle);
     initState();
 }
 
 CDrawContext::CDrawContext(CFrame* frame, NativeGraphics* graphics)
     : frameValue(frame), clipRect(initialClip(frame)), native(graphics)
 {
-    if (!native)
-        native = createNativeGraphics(nullptr, nullptr);
+    if (!native) native = createNativeGraphics(nullptr, nullptr);
     initState();
 }
 
@@ -152,8 +149,7 @@ void CDrawContext::initState()
 
 CDrawContext::~CDrawContext()
 {
-    if (fontValue)
-        fontValue->release();
+    if (fontValue) fontValue->release();
     delete native;
 }
 
@@ -179,8 +175,7 @@ void CDrawContext::setClipRect(const CRect& rect)
 {
     CRect r = rect;
     r.offset(offset.x, offset.y);
-    if (r == clipRect)
-        return;
+    if (r == clipRect) return;
     clipRect = r;
     native->setClip(r);
 }
@@ -202,16 +197,14 @@ void CDrawContext::resetClipRect()
 
 void CDrawContext::setFrameColor(const CColor& color)
 {
-    if (color == frameColorValue)
-        return;
+    if (color == frameColorValue) return;
     frameColorValue = color;
     native->setPenColor(color.argb());
 }
 
 void CDrawContext::setFillColor(const CColor& color)
 {
-    if (color == fillColorValue)
-        return;
+    if (color == fillColorValue) return;
     fillColorValue = color;
     native->setFillColor(color.argb());
 }
@@ -224,34 +217,29 @@ void CDrawContext::setFontColor(const CColor& color)
 
 void CDrawContext::setLineStyle(int32_t style)
 {
-    if (style == lineStyleValue)
-        return;
+    if (style == lineStyleValue) return;
     lineStyleValue = style;
     native->setDashed(style == kLineOnOff);
 }
 
 void CDrawContext::setLineWidth(int32_t width)
 {
-    if (width == lineWidthValue)
-        return;
+    if (width == lineWidthValue) return;
     lineWidthValue = width;
     native->setLineWidth(float(width));
 }
 
 void CDrawContext::setDrawMode(int32_t mode)
 {
-    if (mode == drawModeValue)
-        return;
+    if (mode == drawModeValue) return;
     drawModeValue = mode;
     native->setAntialias(mode == kAntialias);
 }
 
 void CDrawContext::setFont(CFontDesc* font, int32_t size, int32_t style)
 {
-    if (!font)
-        return;
-    if (fontValue)
-        fontValue->release();
+    if (!font) return;
+    if (fontValue) fontValue->release();
     if ((size <= 0 || size == font->fontSize()) && (style == -1 || style == font->fontStyle()))
     {
         font->retain();
@@ -275,15 +263,13 @@ void CDrawContext::moveTo(const CPoint& point)
 void CDrawContext::lineTo(const CPoint& point)
 {
     CPoint to{point.x + offset.x, point.y + offset.y};
-    if (canDraw())
-        native->drawLine(penPositionValue, to);
+    if (canDraw()) native->drawLine(penPositionValue, to);
     penPositionValue = to;
 }
 
 void CDrawContext::drawLines(const CPoint* pairs, int32_t count)
 {
-    if (!pairs)
-        return;
+    if (!pairs) return;
     for (int32_t i = 0; i < count; ++i)
     {
         moveTo(pairs[2 * i]);
@@ -293,8 +279,7 @@ void CDrawContext::drawLines(const CPoint* pairs, int32_t count)
 
 void CDrawContext::drawPolygon(const CPoint* points, int32_t count, int32_t style, bool closed)
 {
-    if (!points || count <= 0 || !canDraw())
-        return;
+    if (!points || count <= 0 || !canDraw()) return;
     // Most polygons are small: convert them on the stack and take memory only for large ones.
     NativePointF fixed[30];
     std::vector<NativePointF> large;
@@ -306,8 +291,7 @@ void CDrawContext::drawPolygon(const CPoint* points, int32_t count, int32_t styl
     }
     for (int32_t i = 0; i < count; ++i)
         converted[i] = {float(points[i].x + offset.x), float(points[i].y + offset.y)};
-    if (style == kDrawFilled || style == kDrawFilledAndStroked)
-        native->fillPolygon(converted, count);
+    if (style == kDrawFilled || style == kDrawFilledAndStroked) native->fillPolygon(converted, count);
     if (style == kDrawStroked || style == kDrawFilledAndStroked)
         native->strokePolygon(converted, count, closed);
 }
@@ -316,18 +300,15 @@ namespace
 {
 CRect normalised(CRect r)
 {
-    if (r.left > r.right)
-        std::swap(r.left, r.right);
-    if (r.top > r.bottom)
-        std::swap(r.top, r.bottom);
+    if (r.left > r.right) std::swap(r.left, r.right);
+    if (r.top > r.bottom) std::swap(r.top, r.bottom);
     return r;
 }
 } // namespace
 
 void CDrawContext::drawRect(const CRect& rect, int32_t style)
 {
-    if (!canDraw())
-        return;
+    if (!canDraw()) return;
     CRect r = normalised(rect);
     r.offset(offset.x, offset.y);
     if (style == kDrawFilled || style == kDrawFilledAndStroked)
@@ -339,8 +320,7 @@ void CDrawContext::drawRect(const CRect& rect, int32_t style)
 
 void CDrawContext::drawEllipse(const CRect& rect, int32_t style)
 {
-    if (!canDraw())
-        return;
+    if (!canDraw()) return;
     CRect r = normalised(rect);
     r.offset(offset.x, offset.y);
     if (style == kDrawFilled || style == kDrawFilledAndStroked)
@@ -351,10 +331,8 @@ void CDrawContext::drawEllipse(const CRect& rect, int32_t style)
 
 void CDrawContext::drawArc(const CRect& rect, float startAngle, float endAngle, int32_t style)
 {
-    if (!canDraw())
-        return;
-    if (startAngle > endAngle)
-        endAngle += 360.f;
+    if (!canDraw()) return;
+    if (startAngle > endAngle) endAngle += 360.f;
     float sweep = endAngle - startAngle;
     float x = float(rect.left + offset.x);
     float y = float(rect.top + offset.y);
@@ -371,7 +349,8 @@ void CDrawContext::drawPoint(const CPoint& point, const CColor& color)
     setLineWidth(1);
     setFrameColor(color);
     if (canDraw())
-        native->drawLine({point.x + offset.x, point.y + offset.y}, {point.x + 1 + offset.x, point.y + offset.y});
+        native->drawLine({point.x + offset.x, point.y + offset.y},
+                         {point.x + 1 + offset.x, point.y + offset.y});
     setLineWidth(keptWidth);
     setFrameColor(keptColor);
 }
@@ -381,11 +360,9 @@ void CDrawContext::drawPoint(const CPoint& point, const CColor& color)
 
 int32_t CDrawContext::stringWidth(const char* text)
 {
-    if (!fontValue || !text || !canDraw())
-        return -1;
+    if (!fontValue || !text || !canDraw()) return -1;
     NativeFont* f = fontValue->platformFont();
-    if (!f)
-        return -1;
+    if (!f) return -1;
     float w = native->measureString(f, text);
     return w < 0 ? -1 : int32_t(w);
 }
@@ -397,8 +374,7 @@ void CDrawContext::drawString(const char* text, const CRect& rect, bool, int32_t
 
 void CDrawContext::drawStringInRect(const char* text, const CRect& rect, int32_t align, bool antialias)
 {
-    if (!text || !fontValue)
-        return;
+    if (!text || !fontValue) return;
     // Centred in the height by the font's nominal size, not by what the face reports.
     int32_t h = rect.height();
     int32_t shift = fontValue->fontSize() / 2 - h / 2;
@@ -408,7 +384,8 @@ void CDrawContext::drawStringInRect(const char* text, const CRect& rect, int32_t
     else if (align == kRightText)
         x = rect.right - stringWidth(text);
     else
-        x = int32_t(float(rect.right - rect.left) * 0.5f + float(rect.left) - float(stringWidth(text)) * 0.5f);
+        x = int32_t(float(rect.right - rect.left) * 0.5f + float(rect.left) -
+                    float(stringWidth(text)) * 0.5f);
 
     CRect kept;
     copyClipRect(kept);
@@ -421,11 +398,9 @@ void CDrawContext::drawStringInRect(const char* text, const CRect& rect, int32_t
 
 void CDrawContext::drawStringAt(const char* text, const CPoint& point, bool antialias)
 {
-    if (!text || !fontValue || !canDraw())
-        return;
+    if (!text || !fontValue || !canDraw()) return;
     NativeFont* f = fontValue->platformFont();
-    if (!f)
-        return;
+    if (!f) return;
     float x = float(point.x + offset.x);
     float y = float(point.y + offset.y);
     float h = native->fontHeight(f);

@@ -20,16 +20,14 @@ CFrame::CFrame(const CRect& size, PlatformHandle parentWindow, PlexelEditorInter
     frameValue = this;
     attachedFlag = true;
     acquireDrawingSystem();
-    if (!parentWindow)
-        return;
+    if (!parentWindow) return;
     window = createFrameWindow(this, parentWindow, size);
     setDropActive(true);
 }
 
 CFrame::~CFrame()
 {
-    if (modal)
-        removeView(modal, false);
+    if (modal) removeView(modal, false);
     setCursor(kCursorDefault);
     setDropActive(false);
     frameValue = nullptr;
@@ -76,8 +74,7 @@ void CFrame::drawInRect(CDrawContext* context, const CRect& updateRect)
     CRect clip = updateRect;
     clip.bound(kept);
     context->setClipRect(clip);
-    if (updateRect.width() > 0 && updateRect.height() > 0)
-        CViewContainer::drawInRect(context, updateRect);
+    if (updateRect.width() > 0 && updateRect.height() > 0) CViewContainer::drawInRect(context, updateRect);
     context->setClipRect(kept);
     context->release();
 }
@@ -111,8 +108,7 @@ COffscreenContext* CFrame::backBuffer()
 
 void CFrame::invalidateRect(const CRect& rect)
 {
-    if (visible && window)
-        invalidateFrameWindow(window, rect);
+    if (visible && window) invalidateFrameWindow(window, rect);
 }
 
 void CFrame::invalidate()
@@ -133,8 +129,7 @@ void CFrame::invalidateArea(const CRect& rect)
 
 bool CFrame::idle()
 {
-    if (!openState())
-        return false;
+    if (!openState()) return false;
     return redrawDirtyChildren();
 }
 
@@ -150,13 +145,10 @@ void CFrame::windowDestroyed()
 void CFrame::leaveMouseOverView(CPoint where, int32_t buttons, bool convert)
 {
     CView* view = mouseOver;
-    if (!view)
-        return;
-    if (convert)
-        view->frameToLocal(where);
+    if (!view) return;
+    if (convert) view->frameToLocal(where);
     view->onMouseLeave(where, buttons);
-    if (observer)
-        observer->onViewExited(view, this);
+    if (observer) observer->onViewExited(view, this);
     mouseOver = nullptr;
 }
 
@@ -164,17 +156,13 @@ int32_t CFrame::onMouseDown(CPoint& where, const int32_t& buttons)
 {
     mouseDownView = nullptr;
     // Any press takes the focus away, also one that no view handles.
-    if (focus)
-        setFocusView(nullptr);
+    if (focus) setFocusView(nullptr);
     leaveMouseOverView(where, buttons, false);
-    if (observer)
-        observer->onFrameMouseDown(this, where);
+    if (observer) observer->onFrameMouseDown(this, where);
     if (modal)
     {
-        if (!modal->hitTest(where, buttons))
-            return kMouseNotHandled;
-        if (modal->onMouseDown(where, buttons) != kMouseHandled)
-            return kMouseNotHandled;
+        if (!modal->hitTest(where, buttons)) return kMouseNotHandled;
+        if (modal->onMouseDown(where, buttons) != kMouseHandled) return kMouseNotHandled;
         mouseDownView = modal;
         return kMouseHandled;
     }
@@ -186,34 +174,27 @@ int32_t CFrame::onMouseMove(CPoint& where, const int32_t& buttons)
     if (!mouseTracking)
     {
         mouseTracking = true;
-        if (window)
-            trackFrameMouseLeave(window);
+        if (window) trackFrameMouseLeave(window);
     }
-    if (observer)
-        observer->onFrameMouseMoved(this, where);
-    if (modal)
-        return modal->onMouseMove(where, buttons);
+    if (observer) observer->onFrameMouseMoved(this, where);
+    if (modal) return modal->onMouseMove(where, buttons);
 
     int32_t result = CViewContainer::onMouseMove(where, buttons);
-    if (result != kMouseNotHandled)
-        return result;
+    if (result != kMouseNotHandled) return result;
 
     CView* over = viewAt(where, true);
     if (over != mouseOver)
     {
         leaveMouseOverView(where, buttons, true);
-        if (!over)
-            return kMouseHandled;
+        if (!over) return kMouseHandled;
         CPoint local = where;
         over->frameToLocal(local);
         over->onMouseEnter(local, buttons);
         mouseOver = over;
-        if (observer)
-            observer->onViewEntered(over, this);
+        if (observer) observer->onViewEntered(over, this);
         return kMouseHandled;
     }
-    if (!over)
-        return kMouseNotHandled;
+    if (!over) return kMouseNotHandled;
     // A view that is only hovered over sees moves without buttons.
     CPoint local = where;
     over->frameToLocal(local);
@@ -229,11 +210,9 @@ int32_t CFrame::onMouseLeave(CPoint& where, const int32_t& buttons)
 
 bool CFrame::onWheelAxis(const CPoint& where, int32_t axis, float distance, const int32_t& buttons)
 {
-    if (mouseDownView)
-        return false;
+    if (mouseDownView) return false;
     CView* target = modal ? modal : viewAt(where, false);
-    if (!target)
-        return false;
+    if (!target) return false;
     return target->onWheelAxis(where, axis, distance, buttons);
 }
 
@@ -255,8 +234,7 @@ int32_t CFrame::currentMouseButtons() const
 
 void CFrame::setCursor(int32_t type)
 {
-    if (window)
-        setFrameCursor(window, type);
+    if (window) setFrameCursor(window, type);
 }
 
 //------------------------------------------------------------------------------------------------
@@ -267,14 +245,12 @@ int32_t CFrame::onKeyDown(KeyCode& key)
     if (focus)
     {
         int32_t result = focus->onKeyDown(key);
-        if (result != -1)
-            return result;
+        if (result != -1) return result;
     }
     if (modal)
     {
         int32_t result = modal->onKeyDown(key);
-        if (result != -1)
-            return result;
+        if (result != -1) return result;
     }
     if (key.virtualKey == kVirtualKeyTab)
         return advanceFocus(focus, (key.modifier & kKeyModifierShift) != 0) ? 1 : -1;
@@ -286,22 +262,19 @@ int32_t CFrame::onKeyUp(KeyCode& key)
     if (focus)
     {
         int32_t result = focus->onKeyUp(key);
-        if (result != -1)
-            return result;
+        if (result != -1) return result;
     }
     if (modal)
     {
         int32_t result = modal->onKeyUp(key);
-        if (result != -1)
-            return result;
+        if (result != -1) return result;
     }
     return -1;
 }
 
 void CFrame::setFocusView(CView* view)
 {
-    if (view == focus || focusGuard)
-        return;
+    if (view == focus || focusGuard) return;
     focusGuard = true;
     CView* old = focus;
     focus = view;
@@ -330,20 +303,17 @@ bool CFrame::advanceFocus(CView* oldFocus, bool reverse)
     {
         if (!modal->isTypeOf("CViewContainer"))
         {
-            if (oldFocus == modal)
-                return false;
+            if (oldFocus == modal) return false;
             setFocusView(modal);
             return true;
         }
         return static_cast<CViewContainer*>(modal)->advanceFocus(oldFocus, reverse);
     }
     CView* start = oldFocus ? oldFocus : focus;
-    if (!start)
-        return CViewContainer::advanceFocus(nullptr, reverse);
+    if (!start) return CViewContainer::advanceFocus(nullptr, reverse);
     if (isChild(start))
     {
-        if (CViewContainer::advanceFocus(start, reverse))
-            return true;
+        if (CViewContainer::advanceFocus(start, reverse)) return true;
         setFocusView(nullptr);
         return false;
     }
@@ -351,8 +321,7 @@ bool CFrame::advanceFocus(CView* oldFocus, bool reverse)
     // Up through the containers of a nested view; the frame itself is the last of them.
     for (CView* p = start->parentView(); p && p->isTypeOf("CViewContainer"); p = p->parentView())
     {
-        if (static_cast<CViewContainer*>(p)->advanceFocus(child, reverse))
-            return true;
+        if (static_cast<CViewContainer*>(p)->advanceFocus(child, reverse)) return true;
         child = p;
     }
     return CViewContainer::advanceFocus(start, reverse);
@@ -363,20 +332,16 @@ bool CFrame::advanceFocus(CView* oldFocus, bool reverse)
 
 bool CFrame::setModalView(CView* view)
 {
-    if (view && (modal || view->isAttached()))
-        return false;
-    if (modal)
-        removeView(modal, false);
+    if (view && (modal || view->isAttached())) return false;
+    if (modal) removeView(modal, false);
     modal = view;
-    if (!view)
-        return true;
+    if (!view) return true;
     return addView(view);
 }
 
 bool CFrame::removeView(CView* view, bool release)
 {
-    if (view && view == modal)
-        modal = nullptr;
+    if (view && view == modal) modal = nullptr;
     return CViewContainer::removeView(view, release);
 }
 
@@ -390,10 +355,8 @@ bool CFrame::removeAllViews(bool release)
 
 void CFrame::viewRemoved(CView* view)
 {
-    if (mouseOver == view)
-        mouseOver = nullptr;
-    if (focus == view)
-        focus = nullptr;
+    if (mouseOver == view) mouseOver = nullptr;
+    if (focus == view) focus = nullptr;
 }
 
 //------------------------------------------------------------------------------------------------
@@ -401,8 +364,7 @@ void CFrame::viewRemoved(CView* view)
 
 void CFrame::doEditorIdle()
 {
-    if (editorInterface)
-        editorInterface->doIdle();
+    if (editorInterface) editorInterface->doIdle();
 }
 
 uint32_t CFrame::ticks() const
@@ -417,14 +379,12 @@ int32_t CFrame::knobMode() const
 
 void CFrame::beginEdit(int32_t tag)
 {
-    if (editorInterface)
-        editorInterface->beginEdit(tag);
+    if (editorInterface) editorInterface->beginEdit(tag);
 }
 
 void CFrame::endEdit(int32_t tag)
 {
-    if (editorInterface)
-        editorInterface->endEdit(tag);
+    if (editorInterface) editorInterface->endEdit(tag);
 }
 
 bool CFrame::setPosition(int32_t, int32_t)
@@ -434,24 +394,20 @@ bool CFrame::setPosition(int32_t, int32_t)
 
 bool CFrame::position(int32_t& x, int32_t& y) const
 {
-    if (!openState() || !window)
-        return false;
+    if (!openState() || !window) return false;
     return frameWindowPosition(window, x, y);
 }
 
 bool CFrame::outerSize(CRect& out) const
 {
-    if (!openState() || !window)
-        return false;
+    if (!openState() || !window) return false;
     return frameWindowOuterSize(window, out);
 }
 
 bool CFrame::setSize(int32_t width, int32_t height)
 {
-    if (!openState())
-        return false;
-    if (width == size.width() && height == size.height())
-        return false;
+    if (!openState()) return false;
+    if (width == size.width() && height == size.height()) return false;
     CRect newRect = size;
     newRect.setSize({width, height});
     // The next paint makes a back buffer of the new size.
@@ -461,18 +417,15 @@ bool CFrame::setSize(int32_t width, int32_t height)
         backBufferValue = nullptr;
     }
     // A host window much larger than the frame stops the chain, and the tree keeps its size.
-    if (window && !resizeFrameWindowChain(window, width, height))
-        return true;
+    if (window && !resizeFrameWindowChain(window, width, height)) return true;
     setViewSize(newRect, true);
     return true;
 }
 
 bool CFrame::setDropActive(bool active)
 {
-    if (!dropActive && !active)
-        return true;
-    if (!window)
-        return false;
+    if (!dropActive && !active) return true;
+    if (!window) return false;
     setFrameDropTarget(window, active);
     dropActive = active;
     return true;

@@ -5,8 +5,7 @@ namespace Plexel
 
 CBitmap* renderToBitmap(CView* view)
 {
-    if (!view)
-        return nullptr;
+    if (!view) return nullptr;
     const CRect r = view->viewSize();
     auto* context = new COffscreenContext(view->frame(), r.width(), r.height(), kColorBlack);
     // The view draws in its parent's coordinates; move its top left to the surface's origin.
@@ -22,8 +21,7 @@ CBitmap* renderToBitmap(CView* view)
 bool renderToPng(CView* view, const char* path)
 {
     CBitmap* bitmap = renderToBitmap(view);
-    if (!bitmap)
-        return false;
+    if (!bitmap) return false;
     bool written = bitmap->writePng(path);
     bitmap->release();
     return written;

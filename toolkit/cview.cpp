@@ -10,25 +10,22 @@
 namespace Plexel
 {
 
-CView::CView(const CRect& rect) : size(rect), mouseAreaValue(rect)
-{
-}
+CView::CView(const CRect& rect) : size(rect), mouseAreaValue(rect) {}
 
 CView::CView(const CView& other)
-    : CBaseObject(other), size(other.size), mouseAreaValue(other.mouseAreaValue), mouseEnabled(other.mouseEnabled),
-      transparent(other.transparent), wantsFocusValue(other.wantsFocusValue), autosizeFlags(other.autosizeFlags),
+    : CBaseObject(other), size(other.size), mouseAreaValue(other.mouseAreaValue),
+      mouseEnabled(other.mouseEnabled), transparent(other.transparent),
+      wantsFocusValue(other.wantsFocusValue), autosizeFlags(other.autosizeFlags),
       backgroundBitmap(other.backgroundBitmap)
 {
-    if (backgroundBitmap)
-        backgroundBitmap->retain();
+    if (backgroundBitmap) backgroundBitmap->retain();
     for (ViewAttribute* a = other.attributes; a; a = a->next)
         setAttribute(a->id, a->size, a->data);
 }
 
 CView::~CView()
 {
-    if (backgroundBitmap)
-        backgroundBitmap->release();
+    if (backgroundBitmap) backgroundBitmap->release();
     while (attributes)
     {
         ViewAttribute* next = attributes->next;
@@ -57,13 +54,13 @@ void CView::drawInRect(CDrawContext* context, const CRect&)
 
 bool CView::overlaps(const CRect& rect) const
 {
-    return !(rect.right < size.left || rect.left > size.right || rect.bottom < size.top || rect.top > size.bottom);
+    return !(rect.right < size.left || rect.left > size.right || rect.bottom < size.top ||
+             rect.top > size.bottom);
 }
 
 void CView::invalidateRect(const CRect& rect)
 {
-    if (!attachedFlag || !visible)
-        return;
+    if (!attachedFlag || !visible) return;
     if (parent)
         parent->invalidateRect(rect);
     else if (frameValue)
@@ -78,8 +75,7 @@ void CView::invalidate()
 
 void CView::setVisible(bool value)
 {
-    if (value == visible)
-        return;
+    if (value == visible) return;
     visible = value;
     setDirty(true);
 }
@@ -130,17 +126,11 @@ bool CView::onDrop(CDragContainer*, const CPoint&)
     return false;
 }
 
-void CView::onDragEnter(CDragContainer*, const CPoint&)
-{
-}
+void CView::onDragEnter(CDragContainer*, const CPoint&) {}
 
-void CView::onDragLeave(CDragContainer*, const CPoint&)
-{
-}
+void CView::onDragLeave(CDragContainer*, const CPoint&) {}
 
-void CView::onDragMove(CDragContainer*, const CPoint&)
-{
-}
+void CView::onDragMove(CDragContainer*, const CPoint&) {}
 
 int32_t CView::onKeyDown(KeyCode&)
 {
@@ -155,49 +145,42 @@ int32_t CView::onKeyUp(KeyCode&)
 void CView::setViewSize(const CRect& rect, bool invalidate)
 {
     size = rect;
-    if (invalidate)
-        setDirty(true);
+    if (invalidate) setDirty(true);
 }
 
 CRect& CView::visibleSize(CRect& out) const
 {
     if (parent && parent->isTypeOf("CViewContainer"))
         return static_cast<CViewContainer*>(parent)->visibleSizeOfChild(out, size);
-    if (frameValue)
-        return frameValue->visibleSizeOfChild(out, size);
+    if (frameValue) return frameValue->visibleSizeOfChild(out, size);
     out = CRect();
     return out;
 }
 
 CPoint& CView::frameToLocal(CPoint& point) const
 {
-    if (parent && parent->isTypeOf("CViewContainer"))
-        return parent->frameToLocal(point);
+    if (parent && parent->isTypeOf("CViewContainer")) return parent->frameToLocal(point);
     return point;
 }
 
 CPoint& CView::localToFrame(CPoint& point) const
 {
-    if (parent && parent->isTypeOf("CViewContainer"))
-        return parent->localToFrame(point);
+    if (parent && parent->isTypeOf("CViewContainer")) return parent->localToFrame(point);
     return point;
 }
 
 void CView::setBackground(CBitmap* bitmap)
 {
     // Retain first, so that setting the bitmap already held cannot destroy it on the way.
-    if (bitmap)
-        bitmap->retain();
-    if (backgroundBitmap)
-        backgroundBitmap->release();
+    if (bitmap) bitmap->retain();
+    if (backgroundBitmap) backgroundBitmap->release();
     backgroundBitmap = bitmap;
     setDirty(true);
 }
 
 bool CView::detached(CView*)
 {
-    if (!attachedFlag)
-        return false;
+    if (!attachedFlag) return false;
     parent = nullptr;
     frameValue = nullptr;
     attachedFlag = false;
@@ -206,8 +189,7 @@ bool CView::detached(CView*)
 
 bool CView::attached(CView* newParent)
 {
-    if (attachedFlag)
-        return false;
+    if (attachedFlag) return false;
     parent = newParent;
     frameValue = newParent ? newParent->frame() : nullptr;
     attachedFlag = true;
@@ -240,16 +222,14 @@ int32_t CView::modifierClick(int32_t)
 CView::ViewAttribute* CView::findAttribute(uint32_t id) const
 {
     for (ViewAttribute* a = attributes; a; a = a->next)
-        if (a->id == id)
-            return a;
+        if (a->id == id) return a;
     return nullptr;
 }
 
 bool CView::attributeSize(uint32_t id, int32_t& outSize) const
 {
     ViewAttribute* a = findAttribute(id);
-    if (!a)
-        return false;
+    if (!a) return false;
     outSize = a->size;
     return true;
 }
@@ -257,11 +237,9 @@ bool CView::attributeSize(uint32_t id, int32_t& outSize) const
 bool CView::attribute(uint32_t id, int32_t capacity, void* buffer, int32_t& outSize) const
 {
     ViewAttribute* a = findAttribute(id);
-    if (!a || capacity < a->size)
-        return false;
+    if (!a || capacity < a->size) return false;
     outSize = a->size;
-    if (a->size >= 1 && buffer)
-        std::memcpy(buffer, a->data, size_t(a->size));
+    if (a->size >= 1 && buffer) std::memcpy(buffer, a->data, size_t(a->size));
     return true;
 }
 
@@ -273,23 +251,19 @@ bool CView::setAttribute(uint32_t id, int32_t newSize, const void* data)
         // A block that is large enough is reused and keeps its recorded size.
         if (a->size >= newSize)
         {
-            if (newSize >= 1 && data)
-                std::memcpy(a->data, data, size_t(newSize));
+            if (newSize >= 1 && data) std::memcpy(a->data, data, size_t(newSize));
             return true;
         }
         auto* block = new (std::nothrow) unsigned char[size_t(newSize)];
-        if (!block)
-            return false;
-        if (data)
-            std::memcpy(block, data, size_t(newSize));
+        if (!block) return false;
+        if (data) std::memcpy(block, data, size_t(newSize));
         delete[] a->data;
         a->data = block;
         a->size = newSize;
         return true;
     }
     auto* entry = new (std::nothrow) ViewAttribute;
-    if (!entry)
-        return false;
+    if (!entry) return false;
     entry->id = id;
     entry->size = newSize;
     if (newSize >= 1)
@@ -300,8 +274,7 @@ bool CView::setAttribute(uint32_t id, int32_t newSize, const void* data)
             delete entry;
             return false;
         }
-        if (data)
-            std::memcpy(entry->data, data, size_t(newSize));
+        if (data) std::memcpy(entry->data, data, size_t(newSize));
     }
     ViewAttribute** tail = &attributes;
     while (*tail)

@@ -22,16 +22,14 @@ CViewContainer::CViewContainer(const CViewContainer& other)
     for (ViewListNode* n = other.first; n; n = n->next)
     {
         CView* copy = n->view->clone();
-        if (copy && !addView(copy))
-            copy->release();
+        if (copy && !addView(copy)) copy->release();
     }
 }
 
 CViewContainer::~CViewContainer()
 {
     CViewContainer::removeAllViews(true);
-    if (offscreen)
-        offscreen->release();
+    if (offscreen) offscreen->release();
 }
 
 int32_t CViewContainer::handleMessage(CBaseObject*, const char* message)
@@ -55,8 +53,7 @@ CView* CViewContainer::clone() const
 CViewContainer::ViewListNode* CViewContainer::findNode(CView* view) const
 {
     for (ViewListNode* n = first; n; n = n->next)
-        if (n->view == view)
-            return n;
+        if (n->view == view) return n;
     return nullptr;
 }
 
@@ -74,11 +71,9 @@ void CViewContainer::unlink(ViewListNode* node)
 
 bool CViewContainer::addView(CView* view)
 {
-    if (!view || view->isAttached())
-        return false;
+    if (!view || view->isAttached()) return false;
     auto* node = new (std::nothrow) ViewListNode{view, nullptr, last};
-    if (!node)
-        return false;
+    if (!node) return false;
     view->retain();
     if (last)
         last->next = node;
@@ -95,16 +90,12 @@ bool CViewContainer::addView(CView* view)
 
 bool CViewContainer::addViewBefore(CView* view, CView* before)
 {
-    if (!view || view->isAttached())
-        return false;
+    if (!view || view->isAttached()) return false;
     ViewListNode* next = findNode(before);
-    if (!next)
-        next = last;
-    if (!next)
-        return addView(view);
+    if (!next) next = last;
+    if (!next) return addView(view);
     auto* node = new (std::nothrow) ViewListNode{view, next, next->prev};
-    if (!node)
-        return false;
+    if (!node) return false;
     view->retain();
     if (next->prev)
         next->prev->next = node;
@@ -121,8 +112,7 @@ bool CViewContainer::addViewBefore(CView* view, CView* before)
 
 bool CViewContainer::addViewWithArea(CView* view, const CRect& mouseArea, bool enabled)
 {
-    if (!addView(view))
-        return false;
+    if (!addView(view)) return false;
     view->setMouseEnabled(enabled);
     view->setMouseArea(mouseArea);
     return true;
@@ -131,21 +121,15 @@ bool CViewContainer::addViewWithArea(CView* view, const CRect& mouseArea, bool e
 bool CViewContainer::removeView(CView* view, bool release)
 {
     ViewListNode* node = findNode(view);
-    if (!node)
-        return false;
+    if (!node) return false;
     view->invalidate();
-    if (frameValue)
-        frameValue->viewRemoved(view);
-    if (mouseDownView == view)
-        mouseDownView = nullptr;
-    if (dragView == view)
-        dragView = nullptr;
-    if (attachedFlag)
-        view->detached(this);
+    if (frameValue) frameValue->viewRemoved(view);
+    if (mouseDownView == view) mouseDownView = nullptr;
+    if (dragView == view) dragView = nullptr;
+    if (attachedFlag) view->detached(this);
     unlink(node);
     delete node;
-    if (release)
-        view->release();
+    if (release) view->release();
     view->release();
     return true;
 }
@@ -156,14 +140,11 @@ bool CViewContainer::removeAllViews(bool release)
     {
         ViewListNode* node = first;
         CView* view = node->view;
-        if (frameValue)
-            frameValue->viewRemoved(view);
-        if (attachedFlag)
-            view->detached(this);
+        if (frameValue) frameValue->viewRemoved(view);
+        if (attachedFlag) view->detached(this);
         unlink(node);
         delete node;
-        if (release)
-            view->release();
+        if (release) view->release();
         view->release();
     }
     mouseDownView = nullptr;
@@ -186,11 +167,9 @@ int32_t CViewContainer::childCount() const
 
 CView* CViewContainer::childAt(int32_t index) const
 {
-    if (index < 0)
-        return nullptr;
+    if (index < 0) return nullptr;
     for (ViewListNode* node = first; node; node = node->next, --index)
-        if (index == 0)
-            return node->view;
+        if (index == 0) return node->view;
     return nullptr;
 }
 
@@ -201,7 +180,8 @@ CView* CViewContainer::topChildAt(const CPoint& local) const
     {
         CView* child = n->view;
         const CRect& a = child->mouseArea();
-        if (child->isVisible() && local.x >= a.left && local.x <= a.right && local.y >= a.top && local.y <= a.bottom)
+        if (child->isVisible() && local.x >= a.left && local.x <= a.right && local.y >= a.top &&
+            local.y <= a.bottom)
             return child;
     }
     return nullptr;
@@ -209,24 +189,20 @@ CView* CViewContainer::topChildAt(const CPoint& local) const
 
 CView* CViewContainer::viewAt(const CPoint& where, bool deep) const
 {
-    if (!frameValue || !visible)
-        return nullptr;
+    if (!frameValue || !visible) return nullptr;
     const CPoint local = toLocal(where);
     CView* child = topChildAt(local);
-    if (!child || !deep || !child->isTypeOf("CViewContainer"))
-        return child;
+    if (!child || !deep || !child->isTypeOf("CViewContainer")) return child;
     return static_cast<CViewContainer*>(child)->viewAt(local, deep);
 }
 
 CView* CViewContainer::containerAt(const CPoint& where, bool deep) const
 {
     auto* self = const_cast<CViewContainer*>(this);
-    if (!frameValue)
-        return nullptr;
+    if (!frameValue) return nullptr;
     const CPoint local = toLocal(where);
     CView* child = topChildAt(local);
-    if (!child || !deep || !child->isTypeOf("CViewContainer"))
-        return self;
+    if (!child || !deep || !child->isTypeOf("CViewContainer")) return self;
     return static_cast<CViewContainer*>(child)->containerAt(local, deep);
 }
 
@@ -240,17 +216,14 @@ void CViewContainer::draw(CDrawContext* context)
 
 void CViewContainer::recreateOffscreen()
 {
-    if (offscreen)
-        offscreen->release();
+    if (offscreen) offscreen->release();
     offscreen = new (std::nothrow) COffscreenContext(frameValue, size.width(), size.height(), kColorBlack);
 }
 
 void CViewContainer::drawInRect(CDrawContext* context, const CRect& updateRect)
 {
-    if (!context)
-        return;
-    if (useOffscreen && !offscreen)
-        recreateOffscreen();
+    if (!context) return;
+    if (useOffscreen && !offscreen) recreateOffscreen();
     const bool intoOffscreen = useOffscreen && offscreen;
     CDrawContext* target = intoOffscreen ? static_cast<CDrawContext*>(offscreen) : context;
     CPoint keptGlobal = context->globalOffset;
@@ -282,8 +255,7 @@ void CViewContainer::drawInRect(CDrawContext* context, const CRect& updateRect)
     for (ViewListNode* n = first; n; n = n->next)
     {
         CView* child = n->view;
-        if (!shouldDrawChild(child, local))
-            continue;
+        if (!shouldDrawChild(child, local)) continue;
         CRect r = child->viewSize();
         r.bound(newClip);
         if (r.width() > 0 && r.height() > 0)
@@ -321,8 +293,7 @@ void CViewContainer::drawBackgroundRect(CDrawContext* context, const CRect& rect
         context->setClipRect(oldClip);
         return;
     }
-    if (transparent && backgroundColorValue.alpha == 255)
-        return;
+    if (transparent && backgroundColorValue.alpha == 255) return;
     context->setFrameColor(backgroundColorValue);
     context->setFillColor(backgroundColorValue);
     context->drawRect(CRect(0, 0, size.width(), size.height()), kDrawFilledAndStroked);
@@ -354,25 +325,21 @@ void CViewContainer::setOffscreen(bool value)
 
 bool CViewContainer::isDirty() const
 {
-    if (dirty)
-        return true;
+    if (dirty) return true;
     const CRect inside(0, 0, size.width(), size.height());
     for (ViewListNode* n = first; n; n = n->next)
     {
-        if (!n->view->isDirty())
-            continue;
+        if (!n->view->isDirty()) continue;
         CRect r = n->view->viewSize();
         r.bound(inside);
-        if (r.width() > 0 && r.height() > 0)
-            return true;
+        if (r.width() > 0 && r.height() > 0) return true;
     }
     return false;
 }
 
 bool CViewContainer::redrawDirtyChildren()
 {
-    if (!visible)
-        return true;
+    if (!visible) return true;
     if (dirty)
     {
         if (parent)
@@ -384,8 +351,7 @@ bool CViewContainer::redrawDirtyChildren()
     for (ViewListNode* n = first; n; n = n->next)
     {
         CView* child = n->view;
-        if (!child->isDirty() || !child->isVisible())
-            continue;
+        if (!child->isDirty() || !child->isVisible()) continue;
         if (child->isTypeOf("CViewContainer"))
             static_cast<CViewContainer*>(child)->redrawDirtyChildren();
         else
@@ -396,13 +362,11 @@ bool CViewContainer::redrawDirtyChildren()
 
 void CViewContainer::invalidateRect(const CRect& rect)
 {
-    if (!visible)
-        return;
+    if (!visible) return;
     CRect r = rect;
     r.offset(size.left, size.top);
     r.bound(size);
-    if (r.isEmpty())
-        return;
+    if (r.isEmpty()) return;
     if (parent)
         parent->invalidateRect(r);
     else if (frameValue)
@@ -411,8 +375,7 @@ void CViewContainer::invalidateRect(const CRect& rect)
 
 void CViewContainer::invalidate()
 {
-    if (!visible)
-        return;
+    if (!visible) return;
     if (parent)
         parent->invalidateRect(size);
     else if (frameValue)
@@ -444,14 +407,12 @@ int32_t CViewContainer::onMouseDown(CPoint& where, const int32_t& buttons)
     for (ViewListNode* n = last; n; n = n->prev)
     {
         CView* child = n->view;
-        if (!child->isVisible() || !child->isMouseEnabled() || !child->hitTest(local, buttons))
-            continue;
+        if (!child->isVisible() || !child->isMouseEnabled() || !child->hitTest(local, buttons)) continue;
         // A right or modifier click on a control may be taken before the control sees it.
         if (child->isTypeOf("CControl") && (buttons & 0xF8) && child->modifierClick(buttons) != 0)
             return kMouseHandled;
         int32_t result = child->onMouseDown(local, buttons);
-        if (result == kMouseHandled)
-            mouseDownView = child;
+        if (result == kMouseHandled) mouseDownView = child;
         return result;
     }
     return kMouseNotHandled;
@@ -459,8 +420,7 @@ int32_t CViewContainer::onMouseDown(CPoint& where, const int32_t& buttons)
 
 int32_t CViewContainer::onMouseUp(CPoint& where, const int32_t& buttons)
 {
-    if (!mouseDownView)
-        return kMouseNotHandled;
+    if (!mouseDownView) return kMouseNotHandled;
     CPoint local = toLocal(where);
     CView* pressed = mouseDownView;
     mouseDownView = nullptr;
@@ -470,12 +430,10 @@ int32_t CViewContainer::onMouseUp(CPoint& where, const int32_t& buttons)
 
 int32_t CViewContainer::onMouseMove(CPoint& where, const int32_t& buttons)
 {
-    if (!mouseDownView)
-        return kMouseNotHandled;
+    if (!mouseDownView) return kMouseNotHandled;
     CPoint local = toLocal(where);
     int32_t result = mouseDownView->onMouseMove(local, buttons);
-    if (result == kMouseHandled)
-        return result;
+    if (result == kMouseHandled) return result;
     mouseDownView = nullptr;
     return kMouseNotHandled;
 }
@@ -488,35 +446,28 @@ bool CViewContainer::onWheel(const CPoint& where, float distance, const int32_t&
 bool CViewContainer::onWheelAxis(const CPoint& where, int32_t axis, float distance, const int32_t& buttons)
 {
     CView* child = viewAt(where, false);
-    if (!child)
-        return false;
+    if (!child) return false;
     return child->onWheelAxis(toLocal(where), axis, distance, buttons);
 }
 
 void CViewContainer::onDragEnter(CDragContainer* drag, const CPoint& where)
 {
-    if (!frameValue)
-        return;
+    if (!frameValue) return;
     CPoint local = toLocal(where);
-    if (dragView)
-        dragView->onDragLeave(drag, local);
+    if (dragView) dragView->onDragLeave(drag, local);
     dragView = viewAt(where, false);
-    if (dragView)
-        dragView->onDragEnter(drag, local);
+    if (dragView) dragView->onDragEnter(drag, local);
 }
 
 void CViewContainer::onDragMove(CDragContainer* drag, const CPoint& where)
 {
-    if (!frameValue)
-        return;
+    if (!frameValue) return;
     CPoint local = toLocal(where);
     CView* child = viewAt(where, false);
     if (child != dragView)
     {
-        if (dragView)
-            dragView->onDragLeave(drag, local);
-        if (child)
-            child->onDragEnter(drag, local);
+        if (dragView) dragView->onDragLeave(drag, local);
+        if (child) child->onDragEnter(drag, local);
         dragView = child;
     }
     else if (dragView)
@@ -525,23 +476,19 @@ void CViewContainer::onDragMove(CDragContainer* drag, const CPoint& where)
 
 void CViewContainer::onDragLeave(CDragContainer* drag, const CPoint& where)
 {
-    if (!frameValue)
-        return;
-    if (dragView)
-        dragView->onDragLeave(drag, toLocal(where));
+    if (!frameValue) return;
+    if (dragView) dragView->onDragLeave(drag, toLocal(where));
     dragView = nullptr;
 }
 
 bool CViewContainer::onDrop(CDragContainer* drag, const CPoint& where)
 {
-    if (!frameValue)
-        return false;
+    if (!frameValue) return false;
     CPoint local = toLocal(where);
     CView* child = viewAt(where, false);
     if (child != dragView)
     {
-        if (dragView)
-            dragView->onDragLeave(drag, local);
+        if (dragView) dragView->onDragLeave(drag, local);
         dragView = child;
     }
     bool result = false;
@@ -559,8 +506,7 @@ int32_t CViewContainer::onKeyDown(KeyCode& key)
     for (ViewListNode* n = last; n; n = n->prev)
     {
         int32_t result = n->view->onKeyDown(key);
-        if (result != -1)
-            return result;
+        if (result != -1) return result;
     }
     return -1;
 }
@@ -570,8 +516,7 @@ int32_t CViewContainer::onKeyUp(KeyCode& key)
     for (ViewListNode* n = last; n; n = n->prev)
     {
         int32_t result = n->view->onKeyUp(key);
-        if (result != -1)
-            return result;
+        if (result != -1) return result;
     }
     return -1;
 }
@@ -580,8 +525,7 @@ bool CViewContainer::hitTestChildren(const CPoint& where, int32_t buttons) const
 {
     CPoint local = toLocal(where);
     for (ViewListNode* n = last; n; n = n->prev)
-        if (n->view->isMouseEnabled() && n->view->hitTest(local, buttons))
-            return true;
+        if (n->view->isMouseEnabled() && n->view->hitTest(local, buttons)) return true;
     return false;
 }
 
@@ -596,18 +540,17 @@ bool CViewContainer::advanceFocus(CView* oldFocus, bool reverse)
         CView* child = n->view;
         if (!counting)
         {
-            if (child == oldFocus)
-                counting = true;
+            if (child == oldFocus) counting = true;
             continue;
         }
         if (child->wantsFocus())
         {
-            if (frameValue)
-                frameValue->setFocusView(child);
+            if (frameValue) frameValue->setFocusView(child);
             child->onFocusTaken();
             return true;
         }
-        if (child->isTypeOf("CViewContainer") && static_cast<CViewContainer*>(child)->advanceFocus(nullptr, reverse))
+        if (child->isTypeOf("CViewContainer") &&
+            static_cast<CViewContainer*>(child)->advanceFocus(nullptr, reverse))
             return true;
     }
     return false;
@@ -630,8 +573,7 @@ void CViewContainer::onFocusTaken()
 
 void CViewContainer::setViewSize(const CRect& rect, bool invalidate)
 {
-    if (rect == size)
-        return;
+    if (rect == size) return;
     const CRect old = size;
     CView::setViewSize(rect, invalidate);
     const int32_t dw = rect.width() - old.width();
@@ -698,8 +640,7 @@ void CViewContainer::setViewSize(const CRect& rect, bool invalidate)
         }
     }
     parentSizeChanged();
-    if (useOffscreen && offscreen)
-        recreateOffscreen();
+    if (useOffscreen && offscreen) recreateOffscreen();
 }
 
 void CViewContainer::parentSizeChanged()
@@ -711,16 +652,14 @@ void CViewContainer::parentSizeChanged()
 CPoint& CViewContainer::frameToLocal(CPoint& point) const
 {
     point.offset(-size.left, -size.top);
-    if (parent && parent->isTypeOf("CViewContainer"))
-        return parent->frameToLocal(point);
+    if (parent && parent->isTypeOf("CViewContainer")) return parent->frameToLocal(point);
     return point;
 }
 
 CPoint& CViewContainer::localToFrame(CPoint& point) const
 {
     point.offset(size.left, size.top);
-    if (parent && parent->isTypeOf("CViewContainer"))
-        return parent->localToFrame(point);
+    if (parent && parent->isTypeOf("CViewContainer")) return parent->localToFrame(point);
     return point;
 }
 
@@ -740,8 +679,7 @@ bool CViewContainer::detached(CView* oldParent)
 bool CViewContainer::attached(CView* newParent)
 {
     frameValue = newParent ? newParent->frame() : nullptr;
-    if (useOffscreen && !offscreen)
-        recreateOffscreen();
+    if (useOffscreen && !offscreen) recreateOffscreen();
     for (ViewListNode* n = first; n; n = n->next)
         n->view->attached(this);
     return CView::attached(newParent);

@@ -74,8 +74,7 @@ File* openFile(const char* path, int32_t mode, int32_t& error)
 
 void closeFile(File* file)
 {
-    if (!file)
-        return;
+    if (!file) return;
     ::close(file->descriptor);
     delete file;
 }
@@ -89,13 +88,11 @@ int64_t readFile(File* file, void* buffer, int64_t count, int32_t& error)
         const ssize_t got = ::read(file->descriptor, static_cast<char*>(buffer) + done, size_t(piece));
         if (got < 0)
         {
-            if (errno == EINTR)
-                continue;
+            if (errno == EINTR) continue;
             error = errno;
             break;
         }
-        if (got == 0)
-            break;
+        if (got == 0) break;
         done += got;
     }
     return done;
@@ -110,8 +107,7 @@ int64_t writeFile(File* file, const void* buffer, int64_t count, int32_t& error)
         const ssize_t put = ::write(file->descriptor, static_cast<const char*>(buffer) + done, size_t(piece));
         if (put < 0)
         {
-            if (errno == EINTR)
-                continue;
+            if (errno == EINTR) continue;
             error = errno;
             break;
         }
@@ -197,8 +193,7 @@ bool pathIsFolder(const char* path)
 int64_t modificationTime(const char* path)
 {
     struct stat info;
-    if (!path || !path[0] || ::stat(path, &info) != 0)
-        return 0;
+    if (!path || !path[0] || ::stat(path, &info) != 0) return 0;
     return (int64_t(info.st_mtim.tv_sec) + kEpochDifference) * 10000000 + info.st_mtim.tv_nsec / 100;
 }
 } // namespace OrnNative

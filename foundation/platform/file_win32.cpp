@@ -20,11 +20,9 @@ constexpr int64_t kLargestPiece = int64_t(1) << 30;
 std::u16string widen(const char* path)
 {
     std::u16string wide;
-    if (!path || !path[0])
-        return wide;
+    if (!path || !path[0]) return wide;
     const int length = MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, path, -1, nullptr, 0);
-    if (length <= 1)
-        return wide;
+    if (length <= 1) return wide;
     wide.resize(size_t(length));
     if (MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, path, -1, reinterpret_cast<LPWSTR>(wide.data()),
                             length) != length)
@@ -88,10 +86,8 @@ File* openFile(const char* path, int32_t mode, int32_t& error)
 
 void closeFile(File* file)
 {
-    if (!file)
-        return;
-    if (file->handle && file->handle != INVALID_HANDLE_VALUE)
-        CloseHandle(file->handle);
+    if (!file) return;
+    if (file->handle && file->handle != INVALID_HANDLE_VALUE) CloseHandle(file->handle);
     delete file;
 }
 
@@ -107,8 +103,7 @@ int64_t readFile(File* file, void* buffer, int64_t count, int32_t& error)
             error = int32_t(GetLastError());
             break;
         }
-        if (got == 0)
-            break;
+        if (got == 0) break;
         done += got;
     }
     return done;
@@ -180,13 +175,10 @@ bool resizeFile(File* file, int64_t size, int32_t& error)
 {
     // The end of a file is set at the position, so go there and come back.
     const int64_t position = seekFile(file, 0, 1, error);
-    if (position < 0 || seekFile(file, size, 0, error) < 0)
-        return false;
+    if (position < 0 || seekFile(file, size, 0, error) < 0) return false;
     bool done = SetEndOfFile(file->handle) != 0;
-    if (!done)
-        error = int32_t(GetLastError());
-    if (seekFile(file, position, 0, error) < 0)
-        done = false;
+    if (!done) error = int32_t(GetLastError());
+    if (seekFile(file, position, 0, error) < 0) done = false;
     return done;
 }
 
@@ -205,8 +197,7 @@ bool pathIsFolder(const char* path)
 int64_t modificationTime(const char* path)
 {
     WIN32_FILE_ATTRIBUTE_DATA data;
-    if (!attributesOf(path, data))
-        return 0;
+    if (!attributesOf(path, data)) return 0;
     const FILETIME& written = data.ftLastWriteTime;
     return int64_t((uint64_t(written.dwHighDateTime) << 32) | written.dwLowDateTime);
 }

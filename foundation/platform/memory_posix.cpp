@@ -14,14 +14,12 @@ namespace
 uint64_t availableFromMeminfo()
 {
     std::FILE* meminfo = std::fopen("/proc/meminfo", "r");
-    if (!meminfo)
-        return 0;
+    if (!meminfo) return 0;
     char line[256];
     unsigned long long kibibytes = 0;
     while (std::fgets(line, sizeof line, meminfo))
     {
-        if (std::sscanf(line, "MemAvailable: %llu kB", &kibibytes) == 1)
-            break;
+        if (std::sscanf(line, "MemAvailable: %llu kB", &kibibytes) == 1) break;
         kibibytes = 0;
     }
     std::fclose(meminfo);
@@ -32,11 +30,9 @@ uint64_t availableFromMeminfo()
 uint64_t addressSpaceInUse()
 {
     std::FILE* statm = std::fopen("/proc/self/statm", "r");
-    if (!statm)
-        return 0;
+    if (!statm) return 0;
     unsigned long long pages = 0;
-    if (std::fscanf(statm, "%llu", &pages) != 1)
-        pages = 0;
+    if (std::fscanf(statm, "%llu", &pages) != 1) pages = 0;
     std::fclose(statm);
     const long pageSize = ::sysconf(_SC_PAGESIZE);
     return uint64_t(pages) * uint64_t(pageSize > 0 ? pageSize : 4096);
@@ -46,15 +42,13 @@ uint64_t addressSpaceInUse()
 bool queryMemory(MemoryFigures& figures)
 {
     struct sysinfo info;
-    if (::sysinfo(&info) != 0)
-        return false;
+    if (::sysinfo(&info) != 0) return false;
     const uint64_t unit = info.mem_unit ? info.mem_unit : 1;
     figures.totalPhysical = uint64_t(info.totalram) * unit;
     figures.availablePhysical = availableFromMeminfo();
     if (figures.availablePhysical == 0 || figures.availablePhysical > figures.totalPhysical)
         figures.availablePhysical = (uint64_t(info.freeram) + uint64_t(info.bufferram)) * unit;
-    if (figures.availablePhysical > figures.totalPhysical)
-        figures.availablePhysical = figures.totalPhysical;
+    if (figures.availablePhysical > figures.totalPhysical) figures.availablePhysical = figures.totalPhysical;
     figures.loadPercent =
         figures.totalPhysical
             ? uint32_t((figures.totalPhysical - figures.availablePhysical) * 100 / figures.totalPhysical)

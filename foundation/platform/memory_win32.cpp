@@ -13,8 +13,7 @@ typedef BOOL(WINAPI* StatusExFunction)(LPMEMORYSTATUSEX);
 StatusExFunction lookUpStatusEx()
 {
     HMODULE kernel = GetModuleHandleA("KERNEL32");
-    if (!kernel)
-        return nullptr;
+    if (!kernel) return nullptr;
     // Through the generic function type, which the compiler accepts as a cast target.
     return reinterpret_cast<StatusExFunction>(
         reinterpret_cast<void (*)()>(GetProcAddress(kernel, "GlobalMemoryStatusEx")));
@@ -33,8 +32,7 @@ bool queryMemory(MemoryFigures& figures)
     {
         MEMORYSTATUSEX status = {};
         status.dwLength = sizeof status;
-        if (!function(&status))
-            return false;
+        if (!function(&status)) return false;
         figures.totalPhysical = status.ullTotalPhys;
         figures.availablePhysical = status.ullAvailPhys;
         figures.totalVirtual = status.ullTotalVirtual;

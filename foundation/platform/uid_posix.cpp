@@ -11,8 +11,7 @@ bool generate(uint8_t out[16])
     while (got < 16)
     {
         const ssize_t n = getrandom(out + got, 16 - got, 0);
-        if (n <= 0)
-            return false;
+        if (n <= 0) return false;
         got += static_cast<size_t>(n);
     }
     // Mark the random bytes as a version-4 identifier: the version sits in the high nibble of

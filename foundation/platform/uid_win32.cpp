@@ -9,8 +9,7 @@ namespace FUIDPlatform
 bool generate(uint8_t out[16])
 {
     GUID guid;
-    if (CoCreateGuid(&guid) != S_OK)
-        return false;
+    if (CoCreateGuid(&guid) != S_OK) return false;
     static_assert(sizeof guid == 16, "GUID is 16 bytes");
     std::memcpy(out, &guid, 16);
     return true;

@@ -7,7 +7,7 @@
 
 namespace
 {
-const char* const quantizeTexts[kQuantizeCount] = {"1/2",  "1/4",   "1/4T", "1/8",   "1/8T", "1/16",
+const char* const quantizeTexts[kQuantizeCount] = {"1/2",   "1/4",  "1/4T",  "1/8",  "1/8T", "1/16",
                                                    "1/16T", "1/32", "1/32T", "1/64", "1/128"};
 const int32_t quantizeTable[kQuantizeCount] = {960, 480, 320, 240, 160, 120, 80, 60, 40, 30, 15};
 
@@ -23,12 +23,9 @@ enum : uint8_t
 // a defined result instead of undefined behaviour.
 int32_t truncateToInt32(double value)
 {
-    if (std::isnan(value))
-        return 0;
-    if (value >= 2147483647.0)
-        return std::numeric_limits<int32_t>::max();
-    if (value <= -2147483648.0)
-        return std::numeric_limits<int32_t>::min();
+    if (std::isnan(value)) return 0;
+    if (value >= 2147483647.0) return std::numeric_limits<int32_t>::max();
+    if (value <= -2147483648.0) return std::numeric_limits<int32_t>::min();
     return static_cast<int32_t>(value);
 }
 
@@ -45,7 +42,8 @@ uint8_t withChannel(uint8_t status, IHostMidiTrack* track)
     return channel < 0 ? status : static_cast<uint8_t>(status | (channel & 0x0F));
 }
 
-void sendEvent(IHostMidiTrack* track, uint8_t status, int32_t data1, int32_t data2, int32_t length, int32_t time)
+void sendEvent(IHostMidiTrack* track, uint8_t status, int32_t data1, int32_t data2, int32_t length,
+               int32_t time)
 {
     HostMidiEvent* event = track->createEvent(withChannel(status, track), data1, data2, length);
     track->setEventTime(event, time);
@@ -83,8 +81,7 @@ int32_t PMidiSeqEngine::currentPatternIndex() const
 
 void PMidiSeqEngine::setCurrentPatternIndex(int32_t index)
 {
-    if (index < 0 || index >= kSeqPatternCount)
-        return;
+    if (index < 0 || index >= kSeqPatternCount) return;
     std::atomic_ref<int32_t>(currentPattern).store(index, std::memory_order_relaxed);
 }
 
@@ -96,24 +93,21 @@ void PMidiSeqEngine::process(int32_t from, int32_t to, IHostMidiTrack* track)
     const PSeqPattern& pattern = currentPatternData();
     const int32_t length = pattern.length;
     const int32_t quantize = pattern.quantize;
-    const float swing = std::atomic_ref<float>(const_cast<float&>(pattern.swing)).load(std::memory_order_relaxed);
+    const float swing =
+        std::atomic_ref<float>(const_cast<float&>(pattern.swing)).load(std::memory_order_relaxed);
 
     // A jump forward that nobody announced: stay silent until the host locates again.
-    if (nextTick < from)
-        return;
+    if (nextTick < from) return;
     // Values that can only come from a damaged project; playing them would divide by zero.
-    if (length < 1 || length > kSeqStepCount || quantize <= 0)
-        return;
+    if (length < 1 || length > kSeqStepCount || quantize <= 0) return;
 
     while (nextTick < to)
     {
         playStep(pattern, length, quantize, swing, track);
         nextTick = wrapTicks(int64_t(nextTick) + quantize);
-        if (++nextStep >= length)
-            nextStep = 0;
+        if (++nextStep >= length) nextStep = 0;
         // After a wrap at the end of the tick range the next grid point lies before `to` forever.
-        if (nextTick < from)
-            break;
+        if (nextTick < from) break;
     }
 }
 
@@ -171,19 +165,16 @@ void PMidiSeqEngine::locate(int32_t position, IHostMidiTrack* track)
     const PSeqPattern& pattern = currentPatternData();
     const int32_t length = pattern.length;
     const int32_t quantize = pattern.quantize;
-    if (length < 1 || length > kSeqStepCount || quantize <= 0)
-        return;
+    if (length < 1 || length > kSeqStepCount || quantize <= 0) return;
     const int64_t origin = gridOrigin(track, position);
     const int64_t d = position - origin;
     int64_t q = d / quantize;
-    if (d % quantize > 0)
-        ++q;
+    if (d % quantize > 0) ++q;
     nextTick = wrapTicks(q * quantize + origin);
     // The host promises an origin at or before the position; should it break that promise the
     // step index must still lie inside the pattern.
     int32_t step = static_cast<int32_t>(q % length);
-    if (step < 0)
-        step += length;
+    if (step < 0) step += length;
     nextStep = step;
 }
 
@@ -193,11 +184,9 @@ int32_t PMidiSeqEngine::stepAt(int32_t position)
     const PSeqPattern& pattern = currentPatternData();
     const int32_t length = pattern.length;
     const int32_t quantize = pattern.quantize;
-    if (length < 1 || length > kSeqStepCount || quantize <= 0)
-        return 0;
+    if (length < 1 || length > kSeqStepCount || quantize <= 0) return 0;
     int64_t step = (int64_t(position) - nextTick) / quantize % length + nextStep;
-    if (step < 0)
-        step += length;
+    if (step < 0) step += length;
     return static_cast<int32_t>(step % length);
 }
 

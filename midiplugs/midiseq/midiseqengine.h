@@ -69,7 +69,8 @@ public:
     static void setControllerNumber(int32_t lane, int32_t number);
 
 private:
-    void playStep(const PSeqPattern& pattern, int32_t length, int32_t quantize, float swing, IHostMidiTrack* track);
+    void playStep(const PSeqPattern& pattern, int32_t length, int32_t quantize, float swing,
+                  IHostMidiTrack* track);
 
     FLock engineLock{"FLock"};
     PSeqPattern patterns[kSeqPatternCount];

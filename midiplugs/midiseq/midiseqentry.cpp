@@ -4,7 +4,8 @@
 void addModuleClasses(CPluginFactory& factory)
 {
     // Filled once per process.
-    static const PClassRecord record = [] {
+    static const PClassRecord record = []
+    {
         PClassRecord r;
         kMidiSeqClassId.copyTo(r.classId);
         r.cardinality = 0x7FFFFFFF;

@@ -65,24 +65,21 @@ const ValueDeclaration kValues[kTagCount] = {
 template <class T> T* queryFace(FUnknown* object)
 {
     void* out = nullptr;
-    if (!object || object->queryInterface(T::iid, &out) != kResultOk)
-        return nullptr;
+    if (!object || object->queryInterface(T::iid, &out) != kResultOk) return nullptr;
     return static_cast<T*>(out);
 }
 
 template <class T> T* createHostObject(IHostObjectFactory* factory)
 {
     void* out = nullptr;
-    if (!factory || factory->createObject(T::iid, &out) != kResultOk)
-        return nullptr;
+    if (!factory || factory->createObject(T::iid, &out) != kResultOk) return nullptr;
     return static_cast<T*>(out);
 }
 
 int32_t swingPercent(float swing)
 {
     const float percent = swing * 100.0f;
-    if (std::isnan(percent))
-        return 0;
+    if (std::isnan(percent)) return 0;
     if (percent >= 2147483647.0f || percent <= -2147483648.0f)
         return percent > 0 ? 2147483647 : -2147483647 - 1;
     return static_cast<int32_t>(percent);
@@ -96,8 +93,7 @@ PMidiSeq::PMidiSeq()
 
 PMidiSeq::~PMidiSeq()
 {
-    if (view)
-        view->effectClosed();
+    if (view) view->effectClosed();
 }
 
 FUnknown* PMidiSeq::create(void*)
@@ -124,16 +120,13 @@ IHostValue* PMidiSeq::valueOf(int32_t tag) const
 
 tresult PMidiSeq::createView(const char* name, const PViewRect* rect, IPlugView** out)
 {
-    if (!out)
-        return kInvalidArgument;
+    if (!out) return kInvalidArgument;
     *out = nullptr;
-    if (!name || !rect || std::strcmp(name, "SequencerView") != 0)
-        return kResultFalse;
+    if (!name || !rect || std::strcmp(name, "SequencerView") != 0) return kResultFalse;
     // The frame takes the template's size; its corner is always at the origin.
     const Plexel::CRect size(0, 0, rect->right - rect->left, rect->bottom - rect->top);
     auto* editor = new (std::nothrow) PSequencerView(size, this);
-    if (!editor)
-        return kResultFalse;
+    if (!editor) return kResultFalse;
     view = editor;
     *out = editor;
     return kResultOk;
@@ -148,22 +141,17 @@ int32_t PMidiSeq::currentLength()
 bool PMidiSeq::loadResource(int32_t number, void* buffer, int32_t* size)
 {
     PModuleResource resource;
-    if (number < 0 || !findModuleResource(kResourceData, number, resource))
-        return false;
-    if (buffer)
-        std::memcpy(buffer, resource.bytes, static_cast<size_t>(resource.size));
-    if (size)
-        *size = resource.size;
+    if (number < 0 || !findModuleResource(kResourceData, number, resource)) return false;
+    if (buffer) std::memcpy(buffer, resource.bytes, static_cast<size_t>(resource.size));
+    if (size) *size = resource.size;
     return true;
 }
 
 tresult PMidiSeq::initialize(IHostContext* hostContext)
 {
-    if (PMidiEffectBase::initialize(hostContext) != kResultOk)
-        return kInvalidArgument;
+    if (PMidiEffectBase::initialize(hostContext) != kResultOk) return kInvalidArgument;
     objectFactory = queryFace<IHostObjectFactory>(hostContext);
-    if (!objectFactory)
-        return kInvalidArgument;
+    if (!objectFactory) return kInvalidArgument;
 
     templateRegistry = createHostObject<IHostTemplateRegistry>(objectFactory);
     if (templateRegistry)
@@ -239,7 +227,8 @@ tresult PMidiSeq::terminate()
         if (IHostSettings* settings = createHostObject<IHostSettings>(objectFactory))
         {
             for (int32_t lane = 0; lane < 2; ++lane)
-                settings->writeInt(kSettingsSection, kControllerKeys[lane], PMidiSeqEngine::controllerNumber(lane));
+                settings->writeInt(kSettingsSection, kControllerKeys[lane],
+                                   PMidiSeqEngine::controllerNumber(lane));
             settings->release();
         }
         objectFactory->release();
@@ -251,8 +240,7 @@ tresult PMidiSeq::terminate()
 void PMidiSeq::updateLaneNames()
 {
     IHostValueStringList* lanes = queryFace<IHostValueStringList>(valueOf(kTagParamSelect));
-    if (!lanes)
-        return;
+    if (!lanes) return;
     for (int32_t lane = 0; lane < 2; ++lane)
     {
         if (IHostValue* controller = valueOf(kTagController1 + lane))
@@ -275,8 +263,7 @@ tresult PMidiSeq::processEvent(HostMidiEvent* event)
         if (pattern >= 0 && pattern < kSeqPatternCount)
         {
             engine.setCurrentPatternIndex(pattern);
-            if (IHostValue* select = valueOf(kTagPatternSelect))
-                select->setInt(pattern + 1);
+            if (IHostValue* select = valueOf(kTagPatternSelect)) select->setInt(pattern + 1);
         }
     }
     return kResultOk;
@@ -284,15 +271,13 @@ tresult PMidiSeq::processEvent(HostMidiEvent* event)
 
 tresult PMidiSeq::processRange(int32_t from, int32_t to)
 {
-    if (track)
-        engine.process(from, to, track);
+    if (track) engine.process(from, to, track);
     return kResultOk;
 }
 
 tresult PMidiSeq::reposition(int32_t position)
 {
-    if (track)
-        engine.locate(position, track);
+    if (track) engine.locate(position, track);
     return kResultFalse;
 }
 
@@ -314,8 +299,7 @@ int32_t PMidiSeq::getValueCount()
 
 tresult PMidiSeq::valueChanged(IHostValue* value, int32_t tag)
 {
-    if (inControllerSetup || tag > kTagAbout || tag < 0 || !value)
-        return kResultOk;
+    if (inControllerSetup || tag > kTagAbout || tag < 0 || !value) return kResultOk;
     switch (tag)
     {
     case kTagLength:
@@ -344,16 +328,13 @@ tresult PMidiSeq::valueChanged(IHostValue* value, int32_t tag)
         refreshAll();
         break;
     case kTagParamSelect:
-        if (view)
-            view->selectLane(value->getInt());
+        if (view) view->selectLane(value->getInt());
         break;
     case kTagConfig:
-        if (value->getInt() != 0)
-            controllerSetup();
+        if (value->getInt() != 0) controllerSetup();
         break;
     case kTagCopy:
-        if (value->getInt() != 0)
-            engine.currentPatternData().copyToClipboard();
+        if (value->getInt() != 0) engine.currentPatternData().copyToClipboard();
         break;
     case kTagPaste:
         if (value->getInt() != 0)
@@ -363,17 +344,14 @@ tresult PMidiSeq::valueChanged(IHostValue* value, int32_t tag)
                 FLockGuard guard(engine.lock());
                 pasted = engine.currentPatternData().pasteFromClipboard();
             }
-            if (pasted)
-                refreshAll();
+            if (pasted) refreshAll();
         }
         break;
     case kTagAbout:
-        if (value->getInt() != 0 && view)
-            view->toggleAbout();
+        if (value->getInt() != 0 && view) view->toggleAbout();
         break;
     default: // the pattern operations behind the trigger buttons
-        if (value->getInt() != 0)
-            editPattern(tag);
+        if (value->getInt() != 0) editPattern(tag);
         break;
     }
     return kResultOk;
@@ -384,8 +362,7 @@ void PMidiSeq::editPattern(int32_t tag)
     const int32_t length = currentLength();
     int32_t lowNote = kSeqLowestNote;
     int32_t highNote = kSeqHighestNote;
-    if (tag == kTagRandomize && view)
-        view->visibleNotes(lowNote, highNote);
+    if (tag == kTagRandomize && view) view->visibleNotes(lowNote, highNote);
     {
         FLockGuard guard(engine.lock());
         PSeqPattern& pattern = engine.currentPatternData();
@@ -415,10 +392,8 @@ void PMidiSeq::editPattern(int32_t tag)
             break;
         }
     }
-    if (!view)
-        return;
-    if (tag == kTagShiftOctaveUp || tag == kTagShiftOctaveDown)
-        view->fitNotes(false);
+    if (!view) return;
+    if (tag == kTagShiftOctaveUp || tag == kTagShiftOctaveDown) view->fitNotes(false);
     view->redrawTies();
     view->redrawNotes();
     view->redrawBars();
@@ -426,13 +401,11 @@ void PMidiSeq::editPattern(int32_t tag)
 
 void PMidiSeq::refreshAll()
 {
-    if (view)
-        view->redrawTies();
+    if (view) view->redrawTies();
     // Each setInt that changes a value comes back through valueChanged and stores what the
     // pattern already holds.
     const PSeqPattern& pattern = engine.currentPatternData();
-    if (IHostValue* length = valueOf(kTagLength))
-        length->setInt(pattern.length);
+    if (IHostValue* length = valueOf(kTagLength)) length->setInt(pattern.length);
     if (IHostValue* quantize = valueOf(kTagQuantize))
         quantize->setInt(PMidiSeqEngine::quantizeIndex(pattern.quantize));
     if (IHostValue* swing = valueOf(kTagSwing))
@@ -441,8 +414,7 @@ void PMidiSeq::refreshAll()
     {
         view->redrawNotes();
         view->redrawBars();
-        if (!view->hasVisibleNotes())
-            view->fitNotes(false);
+        if (!view->hasVisibleNotes()) view->fitNotes(false);
     }
 }
 
@@ -459,7 +431,8 @@ void PMidiSeq::controllerSetup()
             if (IHostTemplateDialog* dialog = createHostObject<IHostTemplateDialog>(objectFactory))
             {
                 dialog->loadTemplate(text.get());
-                if (dialog->runTemplate("Controller Setup", static_cast<IGenericPlugController*>(this)) == kResultOk)
+                if (dialog->runTemplate("Controller Setup", static_cast<IGenericPlugController*>(this)) ==
+                    kResultOk)
                 {
                     for (int32_t lane = 0; lane < 2; ++lane)
                         if (IHostValue* controller = valueOf(kTagController1 + lane))
@@ -475,10 +448,8 @@ void PMidiSeq::controllerSetup()
 
 tresult PMidiSeq::getTemplate(const char* name, char* outName, char* buffer, int32_t* size)
 {
-    if (!name || std::strcmp(name, "editor") != 0)
-        return kResultFalse;
-    if (outName)
-        std::memcpy(outName, "Tremolin", 9);
+    if (!name || std::strcmp(name, "editor") != 0) return kResultFalse;
+    if (outName) std::memcpy(outName, "Tremolin", 9);
     loadResource(1, buffer, size);
     return kResultOk;
 }
@@ -486,15 +457,13 @@ tresult PMidiSeq::getTemplate(const char* name, char* outName, char* buffer, int
 tresult PMidiSeq::getResource(const char* text, void* buffer, int32_t* size)
 {
     int number = -1;
-    if (!text || std::sscanf(text, "%d", &number) != 1 || number < 0)
-        return kResultFalse;
+    if (!text || std::sscanf(text, "%d", &number) != 1 || number < 0) return kResultFalse;
     return loadResource(number, buffer, size) ? kResultOk : kResultFalse;
 }
 
 tresult PMidiSeq::getClassId(uint8_t* classId)
 {
-    if (classId)
-        kMidiSeqClassId.copyTo(classId);
+    if (classId) kMidiSeqClassId.copyTo(classId);
     return kResultOk;
 }
 
@@ -540,7 +509,8 @@ void writePattern(const PSeqPattern& pattern, uint8_t* out)
     }
     putBigEndian(out + 768, uint32_t(pattern.length));
     putBigEndian(out + 772, uint32_t(pattern.quantize));
-    const float swing = std::atomic_ref<float>(const_cast<float&>(pattern.swing)).load(std::memory_order_relaxed);
+    const float swing =
+        std::atomic_ref<float>(const_cast<float&>(pattern.swing)).load(std::memory_order_relaxed);
     putBigEndian(out + 776, uint32_t(swingPercent(swing)));
 }
 
@@ -565,17 +535,14 @@ void readPattern(const uint8_t* in, PSeqPattern& pattern)
         pattern.length = 1;
     else if (pattern.length > kSeqStepCount)
         pattern.length = kSeqStepCount;
-    if (pattern.quantize <= 0)
-        pattern.quantize = kSeqDefaultQuantize;
+    if (pattern.quantize <= 0) pattern.quantize = kSeqDefaultQuantize;
 }
 } // namespace
 
 tresult PMidiSeq::getChunk(void* data, int32_t* size)
 {
-    if (size)
-        *size = kChunkSize;
-    if (!data)
-        return kResultOk;
+    if (size) *size = kChunkSize;
+    if (!data) return kResultOk;
     OrnMemoryStream stream(data, kChunkSize);
     stream.setByteOrder(1);
     stream.writeInt32(kChunkMagic);
@@ -596,17 +563,14 @@ tresult PMidiSeq::getChunk(void* data, int32_t* size)
 
 tresult PMidiSeq::setChunk(const void* data, int32_t size)
 {
-    if (!data || size < kChunkSize)
-        return kResultFalse;
+    if (!data || size < kChunkSize) return kResultFalse;
     // The stream only reads: the buffer stays the host's and is not changed.
     OrnMemoryStream stream(const_cast<void*>(data), size);
     stream.setByteOrder(1);
     int32_t magic = 0;
     int32_t version = 0;
-    if (!stream.readInt32(magic) || magic != kChunkMagic)
-        return kResultFalse;
-    if (!stream.readInt32(version) || version != kChunkVersion)
-        return kResultFalse;
+    if (!stream.readInt32(magic) || magic != kChunkMagic) return kResultFalse;
+    if (!stream.readInt32(version) || version != kChunkVersion) return kResultFalse;
 
     int32_t current = 0;
     {

@@ -53,8 +53,7 @@ void PSeqPattern::transpose(int32_t semitones)
 {
     for (PSeqStep& step : steps)
     {
-        if (step.note == -1)
-            continue;
+        if (step.note == -1) continue;
         int32_t note = step.note + semitones;
         // Seven octaves, so that a note folded at either end keeps its name.
         if (note < kSeqLowestNote)
@@ -86,8 +85,7 @@ void PSeqPattern::reverse(int32_t lastStep)
 void PSeqPattern::randomize(int32_t lowNote, int32_t highNote, int32_t count)
 {
     const int32_t span = highNote - lowNote + 1;
-    if (span <= 0)
-        return;
+    if (span <= 0) return;
     for (int32_t i = 0; i < count && i < kSeqStepCount; ++i)
         steps[i].note = SeqRandom::next() % span + lowNote;
 }
@@ -96,8 +94,7 @@ int32_t PSeqPattern::highestNote() const
 {
     int32_t highest = -1;
     for (const PSeqStep& step : steps)
-        if (step.note > highest)
-            highest = step.note;
+        if (step.note > highest) highest = step.note;
     return highest;
 }
 
@@ -105,15 +102,13 @@ int32_t PSeqPattern::lowestNote() const
 {
     int32_t lowest = kSeqHighestNote + 1;
     for (const PSeqStep& step : steps)
-        if (step.note != -1 && step.note < lowest)
-            lowest = step.note;
+        if (step.note != -1 && step.note < lowest) lowest = step.note;
     return lowest == kSeqHighestNote + 1 ? -1 : lowest;
 }
 
 void PSeqPattern::setLaneValue(int32_t lane, int32_t step, float value)
 {
-    if (lane < kLaneVelocity || lane > kLaneController2)
-        return;
+    if (lane < kLaneVelocity || lane > kLaneController2) return;
     const int32_t first = step == -1 ? 0 : step;
     const int32_t last = step == -1 ? kSeqStepCount - 1 : step;
     const int32_t asInteger = static_cast<int32_t>(value * 127.0f);
@@ -186,16 +181,14 @@ void PSeqPattern::copyToClipboard() const
 
 bool PSeqPattern::pasteFromClipboard()
 {
-    if (clipboardEmpty)
-        return false;
+    if (clipboardEmpty) return false;
     *this = clipboardPattern;
     return true;
 }
 
 void noteName(int32_t note, char* text, size_t size)
 {
-    if (!text || size == 0)
-        return;
+    if (!text || size == 0) return;
     const int32_t octave = note / 12 - 2;
     // Notes below 0 never come from a pattern, but must not index outside the table.
     const int32_t index = ((note % 12) + 12) % 12;

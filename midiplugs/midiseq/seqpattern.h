@@ -8,8 +8,8 @@
 
 enum
 {
-    kSeqStepCount = 32,     // every pattern has all 32 steps, whatever its length says
-    kSeqLowestNote = 24,    // notes the editor and the random generator produce lie in 24..108
+    kSeqStepCount = 32,  // every pattern has all 32 steps, whatever its length says
+    kSeqLowestNote = 24, // notes the editor and the random generator produce lie in 24..108
     kSeqHighestNote = 108,
     kSeqDefaultLength = 16,
     kSeqDefaultQuantize = 120, // ticks of a 1/16 step at 480 ticks to the quarter note
@@ -30,7 +30,7 @@ struct PSeqStep
 {
     int32_t note = -1; // -1: the step is empty
     int32_t velocity = kSeqDefaultVelocity;
-    float gate = 1.0f; // sounding part of the step, 1.0 = the whole step
+    float gate = 1.0f;       // sounding part of the step, 1.0 = the whole step
     int32_t controller1 = 0; // 0: no controller event at this step
     int32_t controller2 = 0;
     int32_t tie = 0; // nonzero: continues the note before and starts none of its own
@@ -40,9 +40,9 @@ static_assert(sizeof(PSeqStep) == 24, "a step is six 32-bit fields");
 struct PSeqPattern
 {
     PSeqStep steps[kSeqStepCount];
-    int32_t length = kSeqDefaultLength;   // steps that play, 1..32
+    int32_t length = kSeqDefaultLength;     // steps that play, 1..32
     int32_t quantize = kSeqDefaultQuantize; // ticks per step
-    float swing = 0.0f;                   // 0.0..1.0; written without the lock, read through atomic_ref
+    float swing = 0.0f;                     // 0.0..1.0; written without the lock, read through atomic_ref
 
     // Step accessors; the index is the caller's to keep within 0..31.
     int32_t note(int32_t step) const { return steps[step].note; }

@@ -19,11 +19,9 @@ bool findModuleResource(int32_t type, int32_t number, PModuleResource& resource)
 {
     HMODULE module = moduleHandle();
     HRSRC found = FindResourceW(module, MAKEINTRESOURCEW(number), MAKEINTRESOURCEW(type));
-    if (!found)
-        return false;
+    if (!found) return false;
     HGLOBAL loaded = LoadResource(module, found);
-    if (!loaded)
-        return false;
+    if (!loaded) return false;
     resource.bytes = static_cast<const uint8_t*>(LockResource(loaded));
     resource.size = static_cast<int32_t>(SizeofResource(module, found));
     return resource.bytes != nullptr;

@@ -4,8 +4,8 @@
 #include "host/hostcontext.h"
 #include "host/hostvalue.h"
 #include "host/moduleloader.h"
-#include "module/pluginfactory.h"
 #include "module/effectinterfaces.h"
+#include "module/pluginfactory.h"
 
 #include <gtest/gtest.h>
 
@@ -24,10 +24,15 @@ using namespace hostkit;
 
 namespace
 {
-const char* const kNames[18] = {"Length",        "Quantize",         "Swing",   "Pattern Select", "Shift Octave Up",
-                                "Shift Octave Down", "Shift Time Left", "Shift Time Right", "Reverse",
-                                "Param Select",  "Config",           "Randomize", "Clear",   "Copy",
-                                "Paste",         "About",            "Controller1", "Controller2"};
+const char* const kNames[18] = {"Length",          "Quantize",
+                                "Swing",           "Pattern Select",
+                                "Shift Octave Up", "Shift Octave Down",
+                                "Shift Time Left", "Shift Time Right",
+                                "Reverse",         "Param Select",
+                                "Config",          "Randomize",
+                                "Clear",           "Copy",
+                                "Paste",           "About",
+                                "Controller1",     "Controller2"};
 
 std::string scratchSettings(const char* name)
 {
@@ -49,8 +54,7 @@ class LoadedEffect
 public:
     explicit LoadedEffect(HostOptions options = {}, bool init = true)
     {
-        if (options.settingsPath.empty())
-            options.settingsPath = scratchSettings("default");
+        if (options.settingsPath.empty()) options.settingsPath = scratchSettings("default");
         std::string error;
         module = PluginModule::load(TREMOLIN_MODULE_PATH, error);
         EXPECT_TRUE(module) << error;
@@ -75,10 +79,8 @@ public:
     // The faces this fixture holds go back before the module is unloaded.
     void releaseFaces()
     {
-        if (controller)
-            controller->release();
-        if (chunk)
-            chunk->release();
+        if (controller) controller->release();
+        if (chunk) chunk->release();
         controller = nullptr;
         chunk = nullptr;
     }
@@ -98,11 +100,14 @@ public:
     }
     int32_t field(const std::vector<uint8_t>& b, size_t offset)
     {
-        return int32_t(uint32_t(b[offset]) << 24 | uint32_t(b[offset + 1]) << 16 | uint32_t(b[offset + 2]) << 8 |
-                       uint32_t(b[offset + 3]));
+        return int32_t(uint32_t(b[offset]) << 24 | uint32_t(b[offset + 1]) << 16 |
+                       uint32_t(b[offset + 2]) << 8 | uint32_t(b[offset + 3]));
     }
     // A field of the current pattern as the chunk shows it.
-    int32_t patternField(int32_t pattern, size_t offset) { return field(getChunk(), 8 + 780 * size_t(pattern) + offset); }
+    int32_t patternField(int32_t pattern, size_t offset)
+    {
+        return field(getChunk(), 8 + 780 * size_t(pattern) + offset);
+    }
     void noteOn(int32_t note, int32_t velocity = 100)
     {
         HostMidiEvent* event = host->track().makeIncoming(0x90, note, velocity, 0);
@@ -183,8 +188,8 @@ TEST(EffectModuleTest, EveryFaceSharesOneReferenceCount)
     effect->release();
     effect->release();
 
-    const FUID faces[] = {IMidiEffect::iid,       IPlugController::iid, IGenericPlugController::iid,
-                          IUIFactory::iid,        IUIFactory2::iid,     IViewBuilder::iid,
+    const FUID faces[] = {IMidiEffect::iid,     IPlugController::iid, IGenericPlugController::iid,
+                          IUIFactory::iid,      IUIFactory2::iid,     IViewBuilder::iid,
                           IPersistentChunk::iid};
     for (const FUID& iid : faces)
     {
@@ -348,8 +353,7 @@ TEST(EffectModuleTest, ParametersDriveThePatternAndTriggersActOnlyWhenSet)
     loaded.effect->processRange(0, 960);
     std::vector<TrackEvent> notes;
     for (const TrackEvent& e : track.events())
-        if (e.isNoteOn())
-            notes.push_back(e);
+        if (e.isNoteOn()) notes.push_back(e);
     ASSERT_EQ(notes.size(), 4u);
     EXPECT_EQ(notes[0].time, 0);
     EXPECT_EQ(notes[2].time, 480);

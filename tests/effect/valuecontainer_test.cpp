@@ -41,7 +41,8 @@ struct Host
     {
         HostOptions options;
         options.settingsPath =
-            (std::filesystem::temp_directory_path() / ("tremolin-values-" + std::to_string(::getpid()))).string();
+            (std::filesystem::temp_directory_path() / ("tremolin-values-" + std::to_string(::getpid())))
+                .string();
         std::filesystem::remove(options.settingsPath);
         path = options.settingsPath;
         context = new HostContext(options);
@@ -66,7 +67,8 @@ TEST(ValueContainerTest, AddsEveryKindConfiguredAndBoundAndFindsThemAgain)
         HostValue* range = static_cast<HostValue*>(values.addRangeValue(3, "Range", 1, 32, 16, true, true));
         HostValue* trigger = static_cast<HostValue*>(values.addTriggerValue(4, "Trigger", true, false));
         HostValue* list = static_cast<HostValue*>(values.addListValue(5, "List", lanes, u"Gate", true));
-        HostValue* real = static_cast<HostValue*>(values.addFloatValue(6, "Float", -1.0f, 1.0f, 0.25f, 3, false, true));
+        HostValue* real =
+            static_cast<HostValue*>(values.addFloatValue(6, "Float", -1.0f, 1.0f, 0.25f, 3, false, true));
         HostValue* text = static_cast<HostValue*>(values.addStringValue(7, "Text", u"hello", false));
         ASSERT_TRUE(range && trigger && list && real && text);
         // Configuring with the flag 0 told nobody.

@@ -480,8 +480,7 @@ TEST_F(StreamFileTest, ReadAheadServesSeeksInsideAndOutsideItsBuffer)
     auto byteAt = [&](int64_t position) -> int
     {
         uint8_t byte = 0;
-        if (stream.tell() != position || !stream.readUInt8(byte))
-            return -1;
+        if (stream.tell() != position || !stream.readUInt8(byte)) return -1;
         return byte;
     };
 

@@ -210,8 +210,7 @@ TEST(TArrayTest, GrowsByItsGrowthRule)
     for (int i = 0; i < 21; ++i)
     {
         doubling.add(i);
-        if (seen.empty() || seen.back() != doubling.getCapacity())
-            seen.push_back(doubling.getCapacity());
+        if (seen.empty() || seen.back() != doubling.getCapacity()) seen.push_back(doubling.getCapacity());
     }
     EXPECT_EQ(seen, (std::vector<int32_t>{10, 20, 40}));
 

@@ -152,12 +152,12 @@ TEST(ChunkTest, DamagedFieldsAreBroughtIntoRangeSoThatPlayingIsSafe)
 {
     Effect source;
     std::vector<uint8_t> b = chunkOf(source.seq);
-    putBigEndian(b, patternOffset(0) + 768, 0);      // length
-    putBigEndian(b, patternOffset(0) + 772, 0);      // quantize
-    putBigEndian(b, patternOffset(1) + 768, 999);    // length
-    putBigEndian(b, patternOffset(1) + 772, -120);   // quantize
-    putBigEndian(b, patternOffset(2) + 772, 100);    // not in the table, but usable
-    putBigEndian(b, 156008, 4000);                   // current pattern
+    putBigEndian(b, patternOffset(0) + 768, 0);    // length
+    putBigEndian(b, patternOffset(0) + 772, 0);    // quantize
+    putBigEndian(b, patternOffset(1) + 768, 999);  // length
+    putBigEndian(b, patternOffset(1) + 772, -120); // quantize
+    putBigEndian(b, patternOffset(2) + 772, 100);  // not in the table, but usable
+    putBigEndian(b, 156008, 4000);                 // current pattern
 
     Effect target;
     ASSERT_EQ(target->setChunk(b.data(), kChunkSize), kResultOk);

@@ -24,7 +24,10 @@ protected:
         for (int32_t s = 0; s < kSeqStepCount; ++s)
             current().setNote(s, 40 + s);
     }
-    void TearDown() override { EXPECT_EQ(track.protocolFaults, 0) << "events must be created, timed, sent, released"; }
+    void TearDown() override
+    {
+        EXPECT_EQ(track.protocolFaults, 0) << "events must be created, timed, sent, released";
+    }
 
     PSeqPattern& current() { return engine->currentPatternData(); }
 
@@ -231,8 +234,7 @@ TEST_F(EngineTest, TiedStepsExtendTheNoteBeforeThemUpToTheGateOfTheLastOne)
     p.length = 8;
     p.setNote(2, 70);
     for (int32_t s = 0; s < 8; ++s)
-        if (s != 2)
-            p.setTie(s, 1);
+        if (s != 2) p.setTie(s, 1);
     p.setGate(1, 0.5f);
     track.clear();
     engine->locate(0, &track);

@@ -30,65 +30,64 @@ TEST(EngineThreadsTest, PlayingWhileEditingSendsOnlyNotesThatPatternsHeld)
     std::atomic<int64_t> notesSeen{0};
     std::atomic<int64_t> blocksPlayed{0};
 
-    std::thread player([&] {
-        RecordingTrack track(1 << 16);
-        track.origin = 0;
-        int32_t position = 0;
-        engine->locate(0, &track);
-        while (!done.load())
+    std::thread player(
+        [&]
         {
-            engine->process(position, position + 64, &track);
-            ++blocksPlayed;
-            position += 64;
-            if (position > 1000000)
+            RecordingTrack track(1 << 16);
+            track.origin = 0;
+            int32_t position = 0;
+            engine->locate(0, &track);
+            while (!done.load())
             {
-                position = 0;
-                engine->locate(0, &track);
+                engine->process(position, position + 64, &track);
+                ++blocksPlayed;
+                position += 64;
+                if (position > 1000000)
+                {
+                    position = 0;
+                    engine->locate(0, &track);
+                }
+                for (const RecordedEvent& e : track.sent)
+                {
+                    if (!e.isNote()) continue;
+                    ++notesSeen;
+                    if (e.data1 < 40 || e.data1 > 59) ++badNotes;
+                }
+                track.clear();
             }
-            for (const RecordedEvent& e : track.sent)
-            {
-                if (!e.isNote())
-                    continue;
-                ++notesSeen;
-                if (e.data1 < 40 || e.data1 > 59)
-                    ++badNotes;
-            }
-            track.clear();
-        }
-        EXPECT_EQ(track.protocolFaults, 0);
-    });
+            EXPECT_EQ(track.protocolFaults, 0);
+        });
 
-    std::thread editor([&] {
-        // The editor may be done with its rounds before the player's thread has even started
-        // (a fast lock, a busy machine); it goes on until the player has played a while too.
-        for (int32_t round = 0; round < 20000 || blocksPlayed.load() < 2000; ++round)
+    std::thread editor(
+        [&]
         {
-            const int32_t p = round % 8;
+            // The editor may be done with its rounds before the player's thread has even started
+            // (a fast lock, a busy machine); it goes on until the player has played a while too.
+            for (int32_t round = 0; round < 20000 || blocksPlayed.load() < 2000; ++round)
             {
-                FLockGuard guard(engine->lock());
-                PSeqPattern& pattern = engine->pattern(p);
-                pattern.setNote(round % kSeqStepCount, 40 + round % 20);
-                if (round % 7 == 0)
-                    pattern.clearNote((round / 7) % kSeqStepCount);
-                pattern.setTie((round / 3) % kSeqStepCount, round % 2);
-                pattern.setGate(round % kSeqStepCount, float(round % 10) / 10.0f);
-                if (round % 5 == 0)
-                    pattern.reverse(15);
-                if (round % 11 == 0)
-                    pattern.transpose(0);
+                const int32_t p = round % 8;
+                {
+                    FLockGuard guard(engine->lock());
+                    PSeqPattern& pattern = engine->pattern(p);
+                    pattern.setNote(round % kSeqStepCount, 40 + round % 20);
+                    if (round % 7 == 0) pattern.clearNote((round / 7) % kSeqStepCount);
+                    pattern.setTie((round / 3) % kSeqStepCount, round % 2);
+                    pattern.setGate(round % kSeqStepCount, float(round % 10) / 10.0f);
+                    if (round % 5 == 0) pattern.reverse(15);
+                    if (round % 11 == 0) pattern.transpose(0);
+                }
+                if (round % 13 == 0)
+                {
+                    engine->setLength(1 + round % 32);
+                    engine->setQuantize(PMidiSeqEngine::quantizeTicks(round % kQuantizeCount));
+                }
+                // Without the lock, as the parameters and incoming notes do it.
+                engine->setCurrentPatternIndex(round % 8);
+                engine->setSwing(float(round % 101) / 100.0f);
+                PMidiSeqEngine::setControllerNumber(round % 2, 1 + round % 127);
             }
-            if (round % 13 == 0)
-            {
-                engine->setLength(1 + round % 32);
-                engine->setQuantize(PMidiSeqEngine::quantizeTicks(round % kQuantizeCount));
-            }
-            // Without the lock, as the parameters and incoming notes do it.
-            engine->setCurrentPatternIndex(round % 8);
-            engine->setSwing(float(round % 101) / 100.0f);
-            PMidiSeqEngine::setControllerNumber(round % 2, 1 + round % 127);
-        }
-        done.store(true);
-    });
+            done.store(true);
+        });
 
     editor.join();
     player.join();
@@ -114,11 +113,12 @@ TEST(EngineThreadsTest, LockIsRecursiveAndTryLockNeverBlocks)
     EXPECT_FALSE(takenElsewhere);
 
     lock.unlock();
-    std::thread free([&] {
-        takenElsewhere = lock.tryLock();
-        if (takenElsewhere)
-            lock.unlock();
-    });
+    std::thread free(
+        [&]
+        {
+            takenElsewhere = lock.tryLock();
+            if (takenElsewhere) lock.unlock();
+        });
     free.join();
     EXPECT_TRUE(takenElsewhere);
 
@@ -131,11 +131,12 @@ TEST(EngineThreadsTest, LockIsRecursiveAndTryLockNeverBlocks)
     catch (int)
     {
     }
-    std::thread afterThrow([&] {
-        takenElsewhere = lock.tryLock();
-        if (takenElsewhere)
-            lock.unlock();
-    });
+    std::thread afterThrow(
+        [&]
+        {
+            takenElsewhere = lock.tryLock();
+            if (takenElsewhere) lock.unlock();
+        });
     afterThrow.join();
     EXPECT_TRUE(takenElsewhere);
 }

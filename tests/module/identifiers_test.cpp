@@ -1,6 +1,6 @@
+#include "module/effectinterfaces.h"
 #include "module/hostinterfaces.h"
 #include "module/pluginfactory.h"
-#include "module/effectinterfaces.h"
 
 #include <gtest/gtest.h>
 

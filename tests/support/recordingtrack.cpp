@@ -21,11 +21,9 @@ tresult RecordingTrack::queryInterface(const TUID iid, void** obj)
 RecordingTrack::Slot* RecordingTrack::slotOf(HostMidiEvent* event)
 {
     auto* slot = reinterpret_cast<Slot*>(event);
-    if (slot == &incomingSlot)
-        return slot;
+    if (slot == &incomingSlot) return slot;
     for (Slot& candidate : pool)
-        if (&candidate == slot)
-            return slot;
+        if (&candidate == slot) return slot;
     return nullptr;
 }
 
@@ -88,10 +86,8 @@ tresult RecordingTrack::releaseEvent(HostMidiEvent* event)
 tresult RecordingTrack::forwardEvent(HostMidiEvent* event)
 {
     Slot* slot = slotOf(event);
-    if (!slot)
-        return kInvalidArgument;
-    if (forwarded.size() < forwarded.capacity())
-        forwarded.push_back(slot->event);
+    if (!slot) return kInvalidArgument;
+    if (forwarded.size() < forwarded.capacity()) forwarded.push_back(slot->event);
     return kResultOk;
 }
 
@@ -125,8 +121,7 @@ std::vector<RecordedEvent> RecordingTrack::notes() const
 {
     std::vector<RecordedEvent> result;
     for (const RecordedEvent& e : sent)
-        if (e.isNote())
-            result.push_back(e);
+        if (e.isNote()) result.push_back(e);
     return result;
 }
 
@@ -134,8 +129,7 @@ std::vector<RecordedEvent> RecordingTrack::controllers() const
 {
     std::vector<RecordedEvent> result;
     for (const RecordedEvent& e : sent)
-        if (e.isController())
-            result.push_back(e);
+        if (e.isController()) result.push_back(e);
     return result;
 }
 

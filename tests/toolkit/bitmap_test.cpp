@@ -20,11 +20,9 @@ std::map<std::pair<std::string, int32_t>, Bytes> resources;
 
 bool findInTable(const char* type, const CResourceDescription& d, const unsigned char** data, uint32_t* size)
 {
-    if (!d.isNumber())
-        return false;
+    if (!d.isNumber()) return false;
     auto it = resources.find({type, d.id.number});
-    if (it == resources.end())
-        return false;
+    if (it == resources.end()) return false;
     *data = it->second.data();
     *size = uint32_t(it->second.size());
     return true;
@@ -57,8 +55,7 @@ Bytes bmp(int bits, bool fileHeader, bool topDown)
             pixels.push_back(row[x].blue);
             pixels.push_back(row[x].green);
             pixels.push_back(row[x].red);
-            if (bits == 32)
-                pixels.push_back(0);
+            if (bits == 32) pixels.push_back(0);
         }
         while (pixels.size() - start < size_t(stride))
             pixels.push_back(0);
@@ -104,7 +101,9 @@ Bytes pngWithAlpha()
     context->drawRect(CRect(0, 0, 2, 4), kDrawFilled);
     context->setFillColor(CColor{0, 0, 255, 128});
     context->drawRect(CRect(2, 0, 4, 4), kDrawFilled);
-    auto path = std::filesystem::temp_directory_path() / ("toolkit-alpha-" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) + ".png");
+    auto path =
+        std::filesystem::temp_directory_path() /
+        ("toolkit-alpha-" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) + ".png");
     EXPECT_TRUE(context->bitmap()->writePng(path.string().c_str()));
     context->release();
     return takeFile(path);
@@ -143,7 +142,8 @@ TEST_F(BitmapTest, PlainBitmapsOfTwentyFourAndThirtyTwoBitsLoadOpaque)
             {
                 resources[{kResourceTypeBitmap, number}] = bmp(bits, header, topDown);
                 auto* b = new CBitmap(CResourceDescription(number));
-                SCOPED_TRACE(std::to_string(bits) + (header ? " with header" : " bare") + (topDown ? " top-down" : ""));
+                SCOPED_TRACE(std::to_string(bits) + (header ? " with header" : " bare") +
+                             (topDown ? " top-down" : ""));
                 ASSERT_EQ(b->width(), 3);
                 ASSERT_EQ(b->height(), 2);
                 EXPECT_EQ(b->pixel(0, 0), kColorRed);

@@ -367,7 +367,8 @@ TEST(ContainerTest, DragsFollowTheViewUnderThePointer)
     frame.onDragMove(&drag, {70, 60});
     EXPECT_TRUE(frame.onDrop(&drag, {70, 70}));
     EXPECT_FALSE(frame.onDrop(&drag, {45, 45}));
-    EXPECT_EQ(log, (std::vector<std::string>{"a dragenter 10,10 0", "a dragmove 12,10 0", "a dragleave 60,60 0",
-                                             "b dragenter 60,60 0", "b dragleave 45,45 0", "b dragenter 70,60 0",
-                                             "b drop 70,70 0", "b dragleave 70,70 0"}));
+    EXPECT_EQ(log,
+              (std::vector<std::string>{"a dragenter 10,10 0", "a dragmove 12,10 0", "a dragleave 60,60 0",
+                                        "b dragenter 60,60 0", "b dragleave 45,45 0", "b dragenter 70,60 0",
+                                        "b drop 70,70 0", "b dragleave 70,70 0"}));
 }

@@ -229,7 +229,8 @@ TEST(DrawContextTest, LinesPointsAndLineStyles)
 TEST(DrawContextTest, OnlyDrawModeThreeSmooths)
 {
     // A slanted line then has pixels of partial coverage.
-    auto partial = [](const Surface& surface) {
+    auto partial = [](const Surface& surface)
+    {
         int n = 0;
         for (int32_t y = 25; y < 40; ++y)
             for (int32_t x = 0; x < 60; ++x)
@@ -317,8 +318,7 @@ TEST(DrawContextTest, TextStandsOnThePointAndMeasures)
     s.context->drawStringAt("EEE", {5, 30}, false);
     int lowest = -1;
     for (int32_t y = 0; y < 40; ++y)
-        if (inkInRow(s, y, 120))
-            lowest = y;
+        if (inkInRow(s, y, 120)) lowest = y;
     EXPECT_GE(lowest, 27);
     EXPECT_LE(lowest, 30);
 
@@ -345,7 +345,8 @@ TEST(DrawContextTest, TextStandsOnThePointAndMeasures)
 TEST(DrawContextTest, UnderlineWinsOverBoldAndItalic)
 {
     // Style 5 (bold and underline) is drawn underlined: a solid run of ink below the letters.
-    auto longestRun = [](int32_t style) {
+    auto longestRun = [](int32_t style)
+    {
         Surface s(80, 30);
         s.context->setFontColor(kColorBlack);
         s.context->setFont(kFontBig, 0, style);

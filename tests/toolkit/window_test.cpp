@@ -19,8 +19,7 @@ bool pumpUntil(const std::function<bool()>& condition)
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
     while (!condition())
     {
-        if (std::chrono::steady_clock::now() > end)
-            return false;
+        if (std::chrono::steady_clock::now() > end) return false;
         processPlatformEvents(20);
     }
     return true;
@@ -42,7 +41,10 @@ uint32_t rgb(CColor c)
 class WindowTest : public ::testing::Test
 {
 protected:
-    void SetUp() override { ASSERT_TRUE(xdriver::connect()) << "the window tests need an X server in DISPLAY"; }
+    void SetUp() override
+    {
+        ASSERT_TRUE(xdriver::connect()) << "the window tests need an X server in DISPLAY";
+    }
 };
 } // namespace
 
@@ -104,13 +106,16 @@ TEST_F(WindowTest, AFrameInAChildWindowPaintsAndFollowsThePointer)
     xdriver::button(1, false);
     xdriver::button(1, true);
     xdriver::button(1, false);
-    ASSERT_TRUE(pumpUntil([&] {
-        return std::count_if(log.begin(), log.end(), [](const std::string& s) { return s.find(" up ") != std::string::npos; }) == 2;
-    }));
+    ASSERT_TRUE(pumpUntil(
+        [&]
+        {
+            return std::count_if(log.begin(), log.end(),
+                                 [](const std::string& s)
+                                 { return s.find(" up ") != std::string::npos; }) == 2;
+        }));
     std::vector<std::string> downs;
     for (const auto& line : log)
-        if (line.find(" down ") != std::string::npos)
-            downs.push_back(line);
+        if (line.find(" down ") != std::string::npos) downs.push_back(line);
     EXPECT_EQ(downs, (std::vector<std::string>{"v down 120,40 2", "v down 120,40 1026"}));
 
     // The wheel gives one notch per step, up positive.

@@ -40,8 +40,7 @@ struct ByteReader
 cairo_status_t readBytes(void* closure, unsigned char* out, unsigned int length)
 {
     auto* r = static_cast<ByteReader*>(closure);
-    if (length > r->size - r->position)
-        return CAIRO_STATUS_READ_ERROR;
+    if (length > r->size - r->position) return CAIRO_STATUS_READ_ERROR;
     std::memcpy(out, r->data + r->position, length);
     r->position += length;
     return CAIRO_STATUS_SUCCESS;
@@ -55,10 +54,9 @@ NativeImage* asArgb(cairo_surface_t* decoded)
         cairo_surface_destroy(decoded);
         return nullptr;
     }
-    if (cairo_image_surface_get_format(decoded) == CAIRO_FORMAT_ARGB32)
-        return new NativeImage{decoded};
-    cairo_surface_t* argb = cairo_image_surface_create(CAIRO_FORMAT_ARGB32, cairo_image_surface_get_width(decoded),
-                                                       cairo_image_surface_get_height(decoded));
+    if (cairo_image_surface_get_format(decoded) == CAIRO_FORMAT_ARGB32) return new NativeImage{decoded};
+    cairo_surface_t* argb = cairo_image_surface_create(
+        CAIRO_FORMAT_ARGB32, cairo_image_surface_get_width(decoded), cairo_image_surface_get_height(decoded));
     cairo_t* cr = cairo_create(argb);
     cairo_set_source_surface(cr, decoded, 0, 0);
     cairo_set_operator(cr, CAIRO_OPERATOR_SOURCE);
@@ -84,17 +82,14 @@ NativeImage* decodeBmp(const unsigned char* data, uint32_t size)
     bool fileHeader = size >= 2 && data[0] == 'B' && data[1] == 'M';
     if (fileHeader)
     {
-        if (size < 14 + 40)
-            return nullptr;
+        if (size < 14 + 40) return nullptr;
         pixelsAt = readLe32(data + 10);
         headerAt = 14;
     }
-    if (size < headerAt + 40)
-        return nullptr;
+    if (size < headerAt + 40) return nullptr;
     const unsigned char* h = data + headerAt;
     const uint32_t headerSize = readLe32(h);
-    if (headerSize < 40 || headerSize > size - headerAt)
-        return nullptr;
+    if (headerSize < 40 || headerSize > size - headerAt) return nullptr;
     const int32_t width = int32_t(readLe32(h + 4));
     const int32_t rawHeight = int32_t(readLe32(h + 8));
     const uint16_t bits = readLe16(h + 14);
@@ -103,24 +98,19 @@ NativeImage* decodeBmp(const unsigned char* data, uint32_t size)
     if (width <= 0 || rawHeight == 0 || rawHeight == INT32_MIN || width > 32768 || (bits != 24 && bits != 32))
         return nullptr;
     // Uncompressed, or 32-bit with bit fields, which are taken to be the usual BGRX layout.
-    if (!(compression == 0 || (compression == 3 && bits == 32)))
-        return nullptr;
+    if (!(compression == 0 || (compression == 3 && bits == 32))) return nullptr;
     const bool bottomUp = rawHeight > 0;
     const int32_t height = bottomUp ? rawHeight : -rawHeight;
-    if (height > 32768)
-        return nullptr;
+    if (height > 32768) return nullptr;
     if (!fileHeader)
     {
         uint64_t at = uint64_t(headerSize) + uint64_t(colorsUsed) * 4u;
-        if (compression == 3 && headerSize == 40)
-            at += 12; // the three colour masks follow the header
-        if (at > size)
-            return nullptr;
+        if (compression == 3 && headerSize == 40) at += 12; // the three colour masks follow the header
+        if (at > size) return nullptr;
         pixelsAt = uint32_t(at);
     }
     const uint64_t stride = ((uint64_t(width) * bits + 31) / 32) * 4;
-    if (uint64_t(pixelsAt) + stride * uint64_t(height) > size)
-        return nullptr;
+    if (uint64_t(pixelsAt) + stride * uint64_t(height) > size) return nullptr;
 
     cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height);
     if (cairo_surface_status(surface) != CAIRO_STATUS_SUCCESS)
@@ -149,32 +139,28 @@ NativeImage* decodeBmp(const unsigned char* data, uint32_t size)
 
 NativeImage* createNativeImage(int32_t width, int32_t height)
 {
-    return wrap(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width > 0 ? width : 0, height > 0 ? height : 0));
+    return wrap(
+        cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width > 0 ? width : 0, height > 0 ? height : 0));
 }
 
 NativeImage* decodeNativeImage(const unsigned char* data, uint32_t size)
 {
     static const unsigned char pngSignature[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
-    if (!data || size < 8)
-        return nullptr;
-    if (std::memcmp(data, pngSignature, 8) == 0)
-        return decodePng(data, size);
-    if (data[0] == 'B' && data[1] == 'M')
-        return decodeBmp(data, size);
+    if (!data || size < 8) return nullptr;
+    if (std::memcmp(data, pngSignature, 8) == 0) return decodePng(data, size);
+    if (data[0] == 'B' && data[1] == 'M') return decodeBmp(data, size);
     return nullptr;
 }
 
 NativeImage* decodeNativeBitmap(const unsigned char* data, uint32_t size)
 {
-    if (!data)
-        return nullptr;
+    if (!data) return nullptr;
     return decodeBmp(data, size);
 }
 
 void destroyNativeImage(NativeImage* image)
 {
-    if (!image)
-        return;
+    if (!image) return;
     cairo_surface_destroy(image->surface);
     delete image;
 }
@@ -198,8 +184,7 @@ CColor nativeImagePixel(NativeImage* image, int32_t x, int32_t y)
     const int stride = cairo_image_surface_get_stride(image->surface);
     const uint32_t p = reinterpret_cast<const uint32_t*>(data + y * stride)[x];
     const uint32_t a = p >> 24;
-    if (a == 0)
-        return {0, 0, 0, 0};
+    if (a == 0) return {0, 0, 0, 0};
     // Stored premultiplied; give back the straight colour.
     auto straight = [a](uint32_t c) { return uint8_t((c * 255 + a / 2) / a); };
     return {straight((p >> 16) & 0xFF), straight((p >> 8) & 0xFF), straight(p & 0xFF), uint8_t(a)};
@@ -207,8 +192,7 @@ CColor nativeImagePixel(NativeImage* image, int32_t x, int32_t y)
 
 bool writeNativeImagePng(NativeImage* image, const char* path)
 {
-    if (!image || !path)
-        return false;
+    if (!image || !path) return false;
     return cairo_surface_write_to_png(image->surface, path) == CAIRO_STATUS_SUCCESS;
 }
 

@@ -42,8 +42,7 @@ bool validUtf8(const char* text)
             return false;
         ++p;
         for (int i = 0; i < extra; ++i, ++p)
-            if ((*p & 0xC0) != 0x80)
-                return false;
+            if ((*p & 0xC0) != 0x80) return false;
     }
     return true;
 }
@@ -72,16 +71,14 @@ public:
     }
     ~CairoGraphics() override
     {
-        if (cr)
-            cairo_destroy(cr);
+        if (cr) cairo_destroy(cr);
     }
 
     bool hasSurface() const override { return cr != nullptr; }
 
     void setClip(const CRect& r) override
     {
-        if (!cr)
-            return;
+        if (!cr) return;
         cairo_reset_clip(cr);
         cairo_new_path(cr);
         cairo_rectangle(cr, r.left, r.top, std::max(0, r.width()), std::max(0, r.height()));
@@ -95,14 +92,12 @@ public:
     void setAntialias(bool on) override
     {
         antialias = on;
-        if (cr)
-            cairo_set_antialias(cr, on ? CAIRO_ANTIALIAS_DEFAULT : CAIRO_ANTIALIAS_NONE);
+        if (cr) cairo_set_antialias(cr, on ? CAIRO_ANTIALIAS_DEFAULT : CAIRO_ANTIALIAS_NONE);
     }
 
     void drawLine(CPoint from, CPoint to) override
     {
-        if (!cr)
-            return;
+        if (!cr) return;
         cairo_new_path(cr);
         cairo_move_to(cr, from.x + 0.5, from.y + 0.5);
         cairo_line_to(cr, to.x + 0.5, to.y + 0.5);
@@ -110,66 +105,56 @@ public:
     }
     void fillRect(float x, float y, float w, float h) override
     {
-        if (!cr)
-            return;
+        if (!cr) return;
         cairo_new_path(cr);
         cairo_rectangle(cr, x, y, w, h);
         fillPath(CAIRO_FILL_RULE_WINDING);
     }
     void strokeRect(float x, float y, float w, float h) override
     {
-        if (!cr)
-            return;
+        if (!cr) return;
         cairo_new_path(cr);
         cairo_rectangle(cr, x + 0.5, y + 0.5, w, h);
         stroke();
     }
     void fillEllipse(int32_t x, int32_t y, int32_t w, int32_t h) override
     {
-        if (!cr || !ellipsePath(x, y, w, h, 0.0, 0.0, 2.0 * kPi, false))
-            return;
+        if (!cr || !ellipsePath(x, y, w, h, 0.0, 0.0, 2.0 * kPi, false)) return;
         fillPath(CAIRO_FILL_RULE_WINDING);
     }
     void strokeEllipse(int32_t x, int32_t y, int32_t w, int32_t h) override
     {
-        if (!cr || !ellipsePath(x, y, w, h, 0.5, 0.0, 2.0 * kPi, false))
-            return;
+        if (!cr || !ellipsePath(x, y, w, h, 0.5, 0.0, 2.0 * kPi, false)) return;
         cairo_close_path(cr);
         stroke();
     }
     void fillPolygon(const NativePointF* points, int32_t count) override
     {
-        if (!cr || count < 1)
-            return;
+        if (!cr || count < 1) return;
         polygonPath(points, count, 0.0, true);
         fillPath(CAIRO_FILL_RULE_EVEN_ODD);
     }
     void strokePolygon(const NativePointF* points, int32_t count, bool closed) override
     {
-        if (!cr || count < 1)
-            return;
+        if (!cr || count < 1) return;
         polygonPath(points, count, 0.5, closed);
         stroke();
     }
     void fillArc(float x, float y, float w, float h, float start, float sweep) override
     {
-        if (!cr || !arcPath(x, y, w, h, start, sweep, 0.0))
-            return;
+        if (!cr || !arcPath(x, y, w, h, start, sweep, 0.0)) return;
         fillPath(CAIRO_FILL_RULE_EVEN_ODD);
     }
     void strokeArc(float x, float y, float w, float h, float start, float sweep) override
     {
-        if (!cr || !arcPath(x, y, w, h, start, sweep, 0.5))
-            return;
+        if (!cr || !arcPath(x, y, w, h, start, sweep, 0.5)) return;
         stroke();
     }
 
     float measureString(NativeFont* font, const char* utf8) override
     {
-        if (!cr || !font || !utf8)
-            return -1.f;
-        if (!*utf8 || !validUtf8(utf8))
-            return 0.f;
+        if (!cr || !font || !utf8) return -1.f;
+        if (!*utf8 || !validUtf8(utf8)) return 0.f;
         selectFont(font, true);
         cairo_text_extents_t extents;
         cairo_text_extents(cr, utf8, &extents);
@@ -177,8 +162,7 @@ public:
     }
     float fontHeight(NativeFont* font) override
     {
-        if (!cr || !font)
-            return 0.f;
+        if (!cr || !font) return 0.f;
         selectFont(font, true);
         cairo_font_extents_t extents;
         cairo_font_extents(cr, &extents);
@@ -186,8 +170,7 @@ public:
     }
     void drawString(NativeFont* font, const char* utf8, float x, float y, bool smooth) override
     {
-        if (!cr || !font || !utf8 || !*utf8 || !validUtf8(utf8))
-            return;
+        if (!cr || !font || !utf8 || !*utf8 || !validUtf8(utf8)) return;
         selectFont(font, smooth);
         cairo_font_extents_t fe;
         cairo_font_extents(cr, &fe);
@@ -210,8 +193,7 @@ public:
 
     void drawImage(NativeImage* image, const CRect& src, const CRect& dst, uint8_t alpha) override
     {
-        if (!cr || !image || dst.width() <= 0 || dst.height() <= 0)
-            return;
+        if (!cr || !image || dst.width() <= 0 || dst.height() <= 0) return;
         cairo_save(cr);
         cairo_set_source_surface(cr, image->surface, dst.left - src.left, dst.top - src.top);
         // No scaling takes place, and the image's edge must not bleed: nearest pixel, no repeat.
@@ -251,10 +233,10 @@ private:
         cairo_set_fill_rule(cr, rule);
         cairo_fill(cr);
     }
-    bool ellipsePath(double x, double y, double w, double h, double shift, double from, double to, bool keepOpen)
+    bool ellipsePath(double x, double y, double w, double h, double shift, double from, double to,
+                     bool keepOpen)
     {
-        if (w <= 0 || h <= 0)
-            return false;
+        if (w <= 0 || h <= 0) return false;
         cairo_new_path(cr);
         cairo_save(cr);
         cairo_translate(cr, x + shift + w / 2.0, y + shift + h / 2.0);
@@ -269,8 +251,7 @@ private:
     }
     bool arcPath(float x, float y, float w, float h, float start, float sweep, double shift)
     {
-        if (w <= 0.f || h <= 0.f)
-            return false;
+        if (w <= 0.f || h <= 0.f) return false;
         const double rx = w / 2.0;
         const double ry = h / 2.0;
         const double a0 = double(start) * kPi / 180.0;
@@ -278,8 +259,7 @@ private:
         double t0 = ellipseParameter(a0, rx, ry);
         double t1 = ellipseParameter(a1, rx, ry);
         // The parameter keeps the angle's turns, so a sweep of a full circle or more stays one.
-        if (std::fabs(sweep) >= 360.f)
-            t1 = t0 + (sweep > 0 ? 2.0 * kPi : -2.0 * kPi);
+        if (std::fabs(sweep) >= 360.f) t1 = t0 + (sweep > 0 ? 2.0 * kPi : -2.0 * kPi);
         return ellipsePath(x, y, w, h, shift, t0, t1, true);
     }
     void polygonPath(const NativePointF* points, int32_t count, double shift, bool closed)
@@ -288,8 +268,7 @@ private:
         cairo_move_to(cr, points[0].x + shift, points[0].y + shift);
         for (int32_t i = 1; i < count; ++i)
             cairo_line_to(cr, points[i].x + shift, points[i].y + shift);
-        if (closed)
-            cairo_close_path(cr);
+        if (closed) cairo_close_path(cr);
     }
     void selectFont(NativeFont* font, bool smooth)
     {
@@ -314,8 +293,7 @@ private:
 
 NativeGraphics* createNativeGraphics(PlatformHandle systemContext, PlatformHandle window)
 {
-    if (systemContext)
-        return new CairoGraphics(cairo_reference(static_cast<cairo_t*>(systemContext)));
+    if (systemContext) return new CairoGraphics(cairo_reference(static_cast<cairo_t*>(systemContext)));
     if (window)
     {
         if (cairo_surface_t* surface = createWindowSurface(window))
@@ -330,8 +308,7 @@ NativeGraphics* createNativeGraphics(PlatformHandle systemContext, PlatformHandl
 
 NativeGraphics* createImageGraphics(NativeImage* image)
 {
-    if (!image)
-        return new CairoGraphics(nullptr);
+    if (!image) return new CairoGraphics(nullptr);
     return new CairoGraphics(cairo_create(image->surface));
 }
 
@@ -343,7 +320,8 @@ NativeFont* createNativeFont(const char* family, int32_t pixelSize, NativeFontSt
 {
     cairo_font_slant_t slant =
         style == NativeFontStyle::italic ? CAIRO_FONT_SLANT_ITALIC : CAIRO_FONT_SLANT_NORMAL;
-    cairo_font_weight_t weight = style == NativeFontStyle::bold ? CAIRO_FONT_WEIGHT_BOLD : CAIRO_FONT_WEIGHT_NORMAL;
+    cairo_font_weight_t weight =
+        style == NativeFontStyle::bold ? CAIRO_FONT_WEIGHT_BOLD : CAIRO_FONT_WEIGHT_NORMAL;
     const char* name = family && *family ? family : "sans-serif";
     auto* font = new NativeFont;
     font->face = cairo_toy_font_face_create(name, slant, weight);
@@ -359,19 +337,14 @@ NativeFont* createNativeFont(const char* family, int32_t pixelSize, NativeFontSt
 
 void destroyNativeFont(NativeFont* font)
 {
-    if (!font)
-        return;
+    if (!font) return;
     cairo_font_face_destroy(font->face);
     delete font;
 }
 
 // Cairo needs no start-up; its caches live as long as the process.
-void startNativeDrawing()
-{
-}
+void startNativeDrawing() {}
 
-void stopNativeDrawing()
-{
-}
+void stopNativeDrawing() {}
 
 } // namespace Plexel

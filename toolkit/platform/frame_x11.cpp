@@ -67,8 +67,7 @@ Display* connection()
     if (!display)
     {
         display = XOpenDisplay(nullptr);
-        if (display)
-            previousErrorHandler = XSetErrorHandler(onXError);
+        if (display) previousErrorHandler = XSetErrorHandler(onXError);
     }
     return display;
 }
@@ -76,8 +75,7 @@ Display* connection()
 FrameWindow* lookup(Window w)
 {
     for (FrameWindow* fw : windows)
-        if (fw->window == w)
-            return fw;
+        if (fw->window == w) return fw;
     return nullptr;
 }
 
@@ -89,24 +87,18 @@ bool registered(const FrameWindow* fw)
 int32_t modifierFlags(unsigned int state)
 {
     int32_t flags = 0;
-    if (state & ShiftMask)
-        flags |= kModifierShift;
-    if (state & ControlMask)
-        flags |= kModifierControl;
-    if (state & Mod1Mask)
-        flags |= kModifierAlt;
+    if (state & ShiftMask) flags |= kModifierShift;
+    if (state & ControlMask) flags |= kModifierControl;
+    if (state & Mod1Mask) flags |= kModifierAlt;
     return flags;
 }
 
 int32_t buttonFlags(unsigned int state)
 {
     int32_t flags = modifierFlags(state) | extraButtonsDown;
-    if (state & Button1Mask)
-        flags |= kButtonLeft;
-    if (state & Button2Mask)
-        flags |= kButtonMiddle;
-    if (state & Button3Mask)
-        flags |= kButtonRight;
+    if (state & Button1Mask) flags |= kButtonLeft;
+    if (state & Button2Mask) flags |= kButtonMiddle;
+    if (state & Button3Mask) flags |= kButtonRight;
     return flags;
 }
 
@@ -139,14 +131,14 @@ void onButtonPress(FrameWindow* fw, const XButtonEvent& e)
         return;
     }
     const int32_t pressed = flagOfButton(e.button);
-    if (!pressed)
-        return; // horizontal scrolling and unknown buttons
-    if (pressed & (kButtonExtra1 | kButtonExtra2))
-        extraButtonsDown |= pressed;
+    if (!pressed) return; // horizontal scrolling and unknown buttons
+    if (pressed & (kButtonExtra1 | kButtonExtra2)) extraButtonsDown |= pressed;
     // The flags tell the state with the new button down, as a press message does.
     int32_t buttons = buttonFlags(e.state) | pressed;
-    if (e.button == fw->lastPressButton && fw->lastPressTime != 0 && e.time - fw->lastPressTime <= kDoubleClickTime &&
-        std::abs(e.x - fw->lastPressX) <= kDoubleClickDistance && std::abs(e.y - fw->lastPressY) <= kDoubleClickDistance)
+    if (e.button == fw->lastPressButton && fw->lastPressTime != 0 &&
+        e.time - fw->lastPressTime <= kDoubleClickTime &&
+        std::abs(e.x - fw->lastPressX) <= kDoubleClickDistance &&
+        std::abs(e.y - fw->lastPressY) <= kDoubleClickDistance)
     {
         buttons |= kButtonDoubleClick;
         fw->lastPressTime = 0; // a third press starts anew
@@ -162,8 +154,8 @@ void onButtonPress(FrameWindow* fw, const XButtonEvent& e)
     const int32_t result = fw->frame->onMouseDown(where, buttons);
     if (result == kMouseHandled && lookup(w))
     {
-        XGrabPointer(display, w, False, ButtonPressMask | ButtonReleaseMask | PointerMotionMask, GrabModeAsync,
-                     GrabModeAsync, None, None, e.time);
+        XGrabPointer(display, w, False, ButtonPressMask | ButtonReleaseMask | PointerMotionMask,
+                     GrabModeAsync, GrabModeAsync, None, None, e.time);
         XFlush(display);
     }
 }
@@ -171,8 +163,7 @@ void onButtonPress(FrameWindow* fw, const XButtonEvent& e)
 void onButtonRelease(FrameWindow* fw, const XButtonEvent& e)
 {
     const int32_t released = flagOfButton(e.button);
-    if (!released)
-        return;
+    if (!released) return;
     extraButtonsDown &= ~released;
     CPoint where{e.x, e.y};
     fw->frame->onMouseUp(where, buttonFlags(e.state) & ~released);
@@ -183,8 +174,7 @@ void onButtonRelease(FrameWindow* fw, const XButtonEvent& e)
 void dispatch(XEvent& event)
 {
     FrameWindow* fw = lookup(event.xany.window);
-    if (!fw)
-        return;
+    if (!fw) return;
     switch (event.type)
     {
     case Expose:
@@ -218,8 +208,7 @@ void dispatch(XEvent& event)
     {
         const XCrossingEvent& e = event.xcrossing;
         // Crossings caused by grabs, and moves into child windows, are no leave.
-        if (e.mode != NotifyNormal || e.detail == NotifyInferior)
-            break;
+        if (e.mode != NotifyNormal || e.detail == NotifyInferior) break;
         CPoint where;
         fw->frame->currentMouseLocation(where);
         fw->frame->onMouseLeave(where, fw->frame->currentMouseButtons());
@@ -247,11 +236,9 @@ void paintDamage(FrameWindow* fw)
     CRect rect = fw->damage;
     fw->damaged = false;
     rect.bound(CRect(0, 0, fw->width, fw->height));
-    if (rect.isEmpty() || !fw->alive)
-        return;
+    if (rect.isEmpty() || !fw->alive) return;
     cairo_surface_t* surface = createWindowSurface(reinterpret_cast<PlatformHandle>(fw->window));
-    if (!surface)
-        return;
+    if (!surface) return;
     cairo_t* cr = cairo_create(surface);
     cairo_rectangle(cr, rect.left, rect.top, rect.width(), rect.height());
     cairo_clip(cr);
@@ -278,8 +265,7 @@ bool hasWindowState(Window w)
     if (XGetWindowProperty(display, w, wmState, 0, 0, False, AnyPropertyType, &type, &format, &count, &after,
                            &data) != Success)
         return false;
-    if (data)
-        XFree(data);
+    if (data) XFree(data);
     return type != None;
 }
 
@@ -289,10 +275,8 @@ Window parentOf(Window w)
     Window parent = 0;
     Window* children = nullptr;
     unsigned int count = 0;
-    if (!XQueryTree(display, w, &root, &parent, &children, &count))
-        return 0;
-    if (children)
-        XFree(children);
+    if (!XQueryTree(display, w, &root, &parent, &children, &count)) return 0;
+    if (children) XFree(children);
     return parent == root ? 0 : parent;
 }
 
@@ -300,8 +284,7 @@ bool geometry(Window w, int& x, int& y, int& width, int& height)
 {
     Window root;
     unsigned int uw = 0, uh = 0, border = 0, depth = 0;
-    if (!XGetGeometry(display, w, &root, &x, &y, &uw, &uh, &border, &depth))
-        return false;
+    if (!XGetGeometry(display, w, &root, &x, &y, &uw, &uh, &border, &depth)) return false;
     width = int(uw);
     height = int(uh);
     return true;
@@ -312,16 +295,13 @@ bool geometry(Window w, int& x, int& y, int& width, int& height)
 Window outerWindowOf(Window w)
 {
     int x, y, refWidth, refHeight;
-    if (!geometry(w, x, y, refWidth, refHeight))
-        return w;
+    if (!geometry(w, x, y, refWidth, refHeight)) return w;
     while (!hasWindowState(w))
     {
         Window p = parentOf(w);
         int pw, ph;
-        if (!p || !geometry(p, x, y, pw, ph))
-            break;
-        if (std::abs(pw - refWidth) > 60 || std::abs(ph - refHeight) > 60)
-            break;
+        if (!p || !geometry(p, x, y, pw, ph)) break;
+        if (std::abs(pw - refWidth) > 60 || std::abs(ph - refHeight) > 60) break;
         w = p;
     }
     return w;
@@ -332,23 +312,22 @@ Window outerWindowOf(Window w)
 
 FrameWindow* createFrameWindow(CFrame* frame, PlatformHandle parent, const CRect& rect)
 {
-    if (!connection() || !parent)
-        return nullptr;
+    if (!connection() || !parent) return nullptr;
     const Window parentWindow = Window(reinterpret_cast<uintptr_t>(parent));
     XSetWindowAttributes attributes{};
     // No background: the frame paints every pixel, and the server must not clear before it does.
     attributes.background_pixmap = None;
-    attributes.event_mask = ExposureMask | ButtonPressMask | ButtonReleaseMask | PointerMotionMask | LeaveWindowMask |
-                            EnterWindowMask | StructureNotifyMask;
+    attributes.event_mask = ExposureMask | ButtonPressMask | ButtonReleaseMask | PointerMotionMask |
+                            LeaveWindowMask | EnterWindowMask | StructureNotifyMask;
     const int width = std::max(1, rect.width());
     const int height = std::max(1, rect.height());
     const int errorsBefore = trappedErrors;
-    Window w = XCreateWindow(display, parentWindow, 0, 0, unsigned(width), unsigned(height), 0, CopyFromParent,
-                             InputOutput, CopyFromParent, CWBackPixmap | CWEventMask, &attributes);
+    Window w =
+        XCreateWindow(display, parentWindow, 0, 0, unsigned(width), unsigned(height), 0, CopyFromParent,
+                      InputOutput, CopyFromParent, CWBackPixmap | CWEventMask, &attributes);
     XMapWindow(display, w);
     XSync(display, False);
-    if (trappedErrors != errorsBefore)
-        return nullptr; // the parent window does not exist
+    if (trappedErrors != errorsBefore) return nullptr; // the parent window does not exist
     auto* fw = new FrameWindow{frame, w, true, width, height, false, CRect(), 0, 0, 0, 0};
     windows.push_back(fw);
     return fw;
@@ -356,11 +335,9 @@ FrameWindow* createFrameWindow(CFrame* frame, PlatformHandle parent, const CRect
 
 void destroyFrameWindow(FrameWindow* fw)
 {
-    if (!fw)
-        return;
+    if (!fw) return;
     windows.erase(std::remove(windows.begin(), windows.end(), fw), windows.end());
-    if (fw->alive)
-        XDestroyWindow(display, fw->window);
+    if (fw->alive) XDestroyWindow(display, fw->window);
     XFlush(display);
     delete fw;
 }
@@ -372,12 +349,10 @@ PlatformHandle frameWindowHandle(const FrameWindow* fw)
 
 void invalidateFrameWindow(FrameWindow* fw, const CRect& rect)
 {
-    if (!fw || !fw->alive)
-        return;
+    if (!fw || !fw->alive) return;
     CRect r = rect;
     r.bound(CRect(0, 0, fw->width, fw->height));
-    if (r.isEmpty())
-        return;
+    if (r.isEmpty()) return;
     // The server answers with Expose events for the area, as it does for any damage; with no
     // background set it leaves the pixels alone.
     XClearArea(display, fw->window, r.left, r.top, unsigned(r.width()), unsigned(r.height()), True);
@@ -394,7 +369,8 @@ CPoint frameMouseLocation(const FrameWindow* fw)
     Window root, child;
     int rootX = 0, rootY = 0, x = 0, y = 0;
     unsigned int mask = 0;
-    if (!fw || !fw->alive || !XQueryPointer(display, fw->window, &root, &child, &rootX, &rootY, &x, &y, &mask))
+    if (!fw || !fw->alive ||
+        !XQueryPointer(display, fw->window, &root, &child, &rootX, &rootY, &x, &y, &mask))
         return {};
     return {x, y};
 }
@@ -404,15 +380,15 @@ int32_t frameMouseButtons(const FrameWindow* fw)
     Window root, child;
     int rootX = 0, rootY = 0, x = 0, y = 0;
     unsigned int mask = 0;
-    if (!fw || !fw->alive || !XQueryPointer(display, fw->window, &root, &child, &rootX, &rootY, &x, &y, &mask))
+    if (!fw || !fw->alive ||
+        !XQueryPointer(display, fw->window, &root, &child, &rootX, &rootY, &x, &y, &mask))
         return 0;
     return buttonFlags(mask);
 }
 
 void setFrameCursor(FrameWindow* fw, int32_t type)
 {
-    if (!fw || !fw->alive)
-        return;
+    if (!fw || !fw->alive) return;
     static const unsigned int shapes[10] = {0,
                                             XC_watch,
                                             XC_sb_h_double_arrow,
@@ -427,8 +403,7 @@ void setFrameCursor(FrameWindow* fw, int32_t type)
         XUndefineCursor(display, fw->window); // the default: the parent's cursor
     else
     {
-        if (!cursors[type])
-            cursors[type] = XCreateFontCursor(display, shapes[type]);
+        if (!cursors[type]) cursors[type] = XCreateFontCursor(display, shapes[type]);
         XDefineCursor(display, fw->window, cursors[type]);
     }
     XFlush(display);
@@ -436,8 +411,7 @@ void setFrameCursor(FrameWindow* fw, int32_t type)
 
 bool resizeFrameWindowChain(FrameWindow* fw, int32_t width, int32_t height)
 {
-    if (!fw || !fw->alive)
-        return true;
+    if (!fw || !fw->alive) return true;
     // Up the host's windows as long as each one is about the frame's size larger, so that the
     // host's panel grows with the frame. A managed top-level window is the last; the window
     // manager decides about it.
@@ -446,14 +420,11 @@ bool resizeFrameWindowChain(FrameWindow* fw, int32_t width, int32_t height)
     int dy = 0;
     while (w)
     {
-        if (w != fw->window && hasWindowState(w))
-            break;
+        if (w != fw->window && hasWindowState(w)) break;
         Window p = parentOf(w);
-        if (!p)
-            break;
+        if (!p) break;
         int x, y, ww, wh, pw, ph;
-        if (!geometry(w, x, y, ww, wh) || !geometry(p, x, y, pw, ph))
-            break;
+        if (!geometry(w, x, y, ww, wh) || !geometry(p, x, y, pw, ph)) break;
         XResizeWindow(display, w, unsigned(std::max(1, width + dx)), unsigned(std::max(1, height + dy)));
         dx += pw - ww;
         dy += ph - wh;
@@ -466,8 +437,7 @@ bool resizeFrameWindowChain(FrameWindow* fw, int32_t width, int32_t height)
         dx = std::max(dx, 0);
         dy = std::max(dy, 0);
     }
-    if (w)
-        XResizeWindow(display, w, unsigned(std::max(1, width + dx)), unsigned(std::max(1, height + dy)));
+    if (w) XResizeWindow(display, w, unsigned(std::max(1, width + dx)), unsigned(std::max(1, height + dy)));
     XFlush(display);
     fw->width = width;
     fw->height = height;
@@ -476,12 +446,10 @@ bool resizeFrameWindowChain(FrameWindow* fw, int32_t width, int32_t height)
 
 bool frameWindowPosition(const FrameWindow* fw, int32_t& x, int32_t& y)
 {
-    if (!fw || !fw->alive)
-        return false;
+    if (!fw || !fw->alive) return false;
     Window outer = outerWindowOf(fw->window);
     int ox, oy, w, h;
-    if (!geometry(outer, ox, oy, w, h))
-        return false;
+    if (!geometry(outer, ox, oy, w, h)) return false;
     x = ox;
     y = oy;
     return true;
@@ -489,12 +457,10 @@ bool frameWindowPosition(const FrameWindow* fw, int32_t& x, int32_t& y)
 
 bool frameWindowOuterSize(const FrameWindow* fw, CRect& out)
 {
-    if (!fw || !fw->alive)
-        return false;
+    if (!fw || !fw->alive) return false;
     Window p = parentOf(fw->window);
     int x, y, w, h;
-    if (!p || !geometry(p, x, y, w, h))
-        return false;
+    if (!p || !geometry(p, x, y, w, h)) return false;
     out = CRect(x, y, x + w, y + h);
     return true;
 }
@@ -517,25 +483,21 @@ uint32_t nativeTickCount()
 
 cairo_surface_t* createWindowSurface(PlatformHandle handle)
 {
-    if (!display || !handle)
-        return nullptr;
+    if (!display || !handle) return nullptr;
     const Window w = Window(reinterpret_cast<uintptr_t>(handle));
     XWindowAttributes attributes;
     const int errorsBefore = trappedErrors;
-    if (!XGetWindowAttributes(display, w, &attributes) || trappedErrors != errorsBefore)
-        return nullptr;
+    if (!XGetWindowAttributes(display, w, &attributes) || trappedErrors != errorsBefore) return nullptr;
     return cairo_xlib_surface_create(display, w, attributes.visual, attributes.width, attributes.height);
 }
 
 CPoint nativeWindowScreenPosition(PlatformHandle handle)
 {
-    if (!display || !handle)
-        return {};
+    if (!display || !handle) return {};
     const Window w = Window(reinterpret_cast<uintptr_t>(handle));
     Window child;
     int x = 0, y = 0;
-    if (!XTranslateCoordinates(display, w, DefaultRootWindow(display), 0, 0, &x, &y, &child))
-        return {};
+    if (!XTranslateCoordinates(display, w, DefaultRootWindow(display), 0, 0, &x, &y, &child)) return {};
     return {x, y};
 }
 
@@ -548,8 +510,7 @@ int32_t platformEventDescriptor()
 
 bool processPlatformEvents(int32_t waitMilliseconds)
 {
-    if (!display)
-        return false;
+    if (!display) return false;
     if (waitMilliseconds > 0 && XPending(display) == 0)
     {
         pollfd descriptor{ConnectionNumber(display), POLLIN, 0};
@@ -570,15 +531,12 @@ bool processPlatformEvents(int32_t waitMilliseconds)
 
 void paintPlatformDamage()
 {
-    if (!display)
-        return;
+    if (!display) return;
     std::vector<FrameWindow*> pending;
     for (FrameWindow* fw : windows)
-        if (fw->damaged)
-            pending.push_back(fw);
+        if (fw->damaged) pending.push_back(fw);
     for (FrameWindow* fw : pending)
-        if (registered(fw))
-            paintDamage(fw);
+        if (registered(fw)) paintDamage(fw);
 }
 
 } // namespace Plexel

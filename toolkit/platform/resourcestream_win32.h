@@ -7,8 +7,8 @@
 #ifndef NOMINMAX
 #define NOMINMAX
 #endif
-#include <windows.h>
 #include <objidl.h>
+#include <windows.h>
 
 #include <atomic>
 #include <cstdint>

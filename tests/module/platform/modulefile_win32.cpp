@@ -180,11 +180,12 @@ namespace
 HMODULE finderModule = nullptr;
 
 // The toolkit's way to the images, served from the loaded DLL's section by the system's calls.
-bool findInSection(const char* type, const Plexel::CResourceDescription& description, const unsigned char** data,
-                   uint32_t* size)
+bool findInSection(const char* type, const Plexel::CResourceDescription& description,
+                   const unsigned char** data, uint32_t* size)
 {
     const int kind = std::string(type) == Plexel::kResourceTypeBitmap ? kBitmapType : kDataType;
-    HRSRC found = FindResourceW(finderModule, MAKEINTRESOURCEW(description.id.number), MAKEINTRESOURCEW(kind));
+    HRSRC found =
+        FindResourceW(finderModule, MAKEINTRESOURCEW(description.id.number), MAKEINTRESOURCEW(kind));
     HGLOBAL loaded = found ? LoadResource(finderModule, found) : nullptr;
     *data = loaded ? static_cast<const unsigned char*>(LockResource(loaded)) : nullptr;
     *size = found ? SizeofResource(finderModule, found) : 0;
@@ -194,7 +195,8 @@ bool findInSection(const char* type, const Plexel::CResourceDescription& descrip
 // How many pixels of an image differ from the 24-bit bottom-up BMP file it was made from.
 int pixelsUnlike(const Plexel::CBitmap& image, const std::string& file)
 {
-    auto le32 = [&](size_t at) {
+    auto le32 = [&](size_t at)
+    {
         return int32_t(uint8_t(file[at]) | uint8_t(file[at + 1]) << 8 | uint8_t(file[at + 2]) << 16 |
                        uint32_t(uint8_t(file[at + 3])) << 24);
     };
@@ -207,7 +209,8 @@ int pixelsUnlike(const Plexel::CBitmap& image, const std::string& file)
         for (int32_t x = 0; x < width; ++x)
         {
             const size_t at = size_t(pixelsAt) + size_t(height - 1 - y) * stride + size_t(x) * 3;
-            const Plexel::CColor expected{uint8_t(file[at + 2]), uint8_t(file[at + 1]), uint8_t(file[at]), 255};
+            const Plexel::CColor expected{uint8_t(file[at + 2]), uint8_t(file[at + 1]), uint8_t(file[at]),
+                                          255};
             unlike += image.pixel(x, y) != expected;
         }
     return unlike;
@@ -222,7 +225,8 @@ TEST_F(ModuleFileTest, ImagesInTheSectionDecodeToTheFilesPixels)
     Plexel::setResourceFinder(findInSection);
     for (const Listed& entry : listedResources())
     {
-        if (entry.number != 1000 && entry.number != 1001 && entry.number != 200 && entry.number != 202) continue;
+        if (entry.number != 1000 && entry.number != 1001 && entry.number != 200 && entry.number != 202)
+            continue;
         SCOPED_TRACE(entry.file);
         auto* image = new Plexel::CBitmap(Plexel::CResourceDescription(entry.number));
         ASSERT_GT(image->width(), 0);

@@ -19,8 +19,7 @@ Window idOf(PlatformHandle h)
 
 bool connect()
 {
-    if (!display)
-        display = XOpenDisplay(nullptr);
+    if (!display) display = XOpenDisplay(nullptr);
     int event, error, major, minor;
     return display && XTestQueryExtension(display, &event, &error, &major, &minor);
 }
@@ -64,8 +63,7 @@ PlatformHandle firstChild(PlatformHandle window)
     unsigned int count = 0;
     XQueryTree(display, idOf(window), &root, &parent, &children, &count);
     Window child = count ? children[0] : 0;
-    if (children)
-        XFree(children);
+    if (children) XFree(children);
     return reinterpret_cast<PlatformHandle>(uintptr_t(child));
 }
 
@@ -84,8 +82,7 @@ void button(unsigned int number, bool press)
 uint32_t pixel(PlatformHandle window, int x, int y)
 {
     XImage* image = XGetImage(display, idOf(window), x, y, 1, 1, AllPlanes, ZPixmap);
-    if (!image)
-        return 0xFFFFFFFFu;
+    if (!image) return 0xFFFFFFFFu;
     uint32_t value = uint32_t(XGetPixel(image, 0, 0)) & 0xFFFFFFu;
     XDestroyImage(image);
     return value;

@@ -9,7 +9,7 @@
 // allocated with std::malloc and freed with std::free, so that a failed allocation can leave an
 // object as it was instead of throwing.
 
-#include "module/funknown.h"
+#include "foundation/funknown.h"
 
 #include <cstdarg>
 #include <cstdint>

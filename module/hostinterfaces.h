@@ -8,7 +8,7 @@
 //
 // Identifiers are given as the four words of the braced text form.
 
-#include "module/funknown.h"
+#include "foundation/funknown.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,5 +1,4 @@
 #include "module/moduleentry.h"
-#include "toolkit/cbase.h"
 
 #include <new>
 
@@ -37,9 +36,7 @@ TREMOLIN_EXPORT IPluginFactory* GetPluginFactory()
 
 TREMOLIN_EXPORT bool InitDll()
 {
-    // Before the host opens an editor: the toolkit's windows and bitmaps belong to this file.
-    Plexel::setModuleHandle(moduleInstanceHandle());
-    return true;
+    return startModule(moduleInstanceHandle());
 }
 
 TREMOLIN_EXPORT bool ExitDll()

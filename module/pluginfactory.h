@@ -3,7 +3,7 @@
 // The class factory that GetPluginFactory hands the host, and the records that cross the
 // boundary by value. Their layouts, widths and terminators are part of the contract.
 
-#include "module/funknown.h"
+#include "foundation/funknown.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,5 +1,7 @@
 #include "midiplugs/midiseq/pmidiseq.h"
+#include "midiplugs/midiseq/psequencerview.h"
 #include "module/moduleentry.h"
+#include "toolkit/cbase.h"
 
 void addModuleClasses(CPluginFactory& factory)
 {
@@ -14,4 +16,13 @@ void addModuleClasses(CPluginFactory& factory)
         return r;
     }();
     factory.addClass(&record, &PMidiSeq::create, nullptr);
+}
+
+bool startModule(void* moduleHandle)
+{
+    // Before the host opens an editor: the toolkit's windows and bitmaps belong to this file, and
+    // the effect makes its editor through the maker that only this file links.
+    Plexel::setModuleHandle(moduleHandle);
+    setSeqEditorMaker(&makeSequencerEditor);
+    return true;
 }

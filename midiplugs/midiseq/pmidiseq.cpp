@@ -1,7 +1,6 @@
 #include "midiplugs/midiseq/pmidiseq.h"
 
 #include "foundation/fstreams.h"
-#include "midiplugs/midiseq/psequencerview.h"
 #include "midiplugs/midiseq/seqeditorlink.h"
 #include "module/pluginfactory.h"
 #include "plugbase/moduleresources.h"
@@ -118,16 +117,26 @@ IHostValue* PMidiSeq::valueOf(int32_t tag) const
     return values ? values->getValueByTag(tag) : nullptr;
 }
 
+namespace
+{
+std::atomic<PSeqEditorMaker> editorMaker{nullptr};
+}
+
+void setSeqEditorMaker(PSeqEditorMaker maker)
+{
+    editorMaker.store(maker);
+}
+
 tresult PMidiSeq::createView(const char* name, const PViewRect* rect, IPlugView** out)
 {
     if (!out) return kInvalidArgument;
     *out = nullptr;
     if (!name || !rect || std::strcmp(name, "SequencerView") != 0) return kResultFalse;
+    const PSeqEditorMaker maker = editorMaker.load();
+    if (!maker) return kResultFalse;
     // The frame takes the template's size; its corner is always at the origin.
-    const Plexel::CRect size(0, 0, rect->right - rect->left, rect->bottom - rect->top);
-    auto* editor = new (std::nothrow) PSequencerView(size, this);
+    IPlugView* editor = maker(rect->right - rect->left, rect->bottom - rect->top, *this);
     if (!editor) return kResultFalse;
-    view = editor;
     *out = editor;
     return kResultOk;
 }

@@ -9,6 +9,7 @@
 #include "toolkit/cframe.h"
 
 #include <cstring>
+#include <new>
 
 using namespace Plexel;
 
@@ -87,6 +88,13 @@ PSequencerView::PSequencerView(const CRect& rect, PMidiSeq* effect)
     setResourceFinder(findModuleImage);
     acquireDrawingSystem();
     tieBitmap = new CBitmap(CResourceDescription(kTieMark));
+}
+
+IPlugView* makeSequencerEditor(int32_t width, int32_t height, PMidiSeq& effect)
+{
+    auto* editor = new (std::nothrow) PSequencerView(CRect(0, 0, width, height), &effect);
+    if (editor) effect.setEditorLink(editor);
+    return editor;
 }
 
 PSequencerView::~PSequencerView()

@@ -14,6 +14,9 @@
 class PMidiSeq;
 class PAboutView;
 
+// The editor maker that the module's entry file hands the effect (see setSeqEditorMaker).
+IPlugView* makeSequencerEditor(int32_t width, int32_t height, PMidiSeq& effect);
+
 class PSequencerView : public PluginGUIEditor,
                        public Plexel::IMatrixDef,
                        public Plexel::IBarsDef,

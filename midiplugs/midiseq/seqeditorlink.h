@@ -5,6 +5,9 @@
 
 #include <cstdint>
 
+class IPlugView;
+class PMidiSeq;
+
 class PSeqEditorLink
 {
 public:
@@ -26,3 +29,10 @@ public:
 protected:
     ~PSeqEditorLink() = default;
 };
+
+// Makes the editor of an effect at the given size and links it to the effect (the editor's side
+// of the link is the returned view); null when it could not be made. The module's entry file sets
+// it, so that the effect, its chunk and its engine link without any window or drawing library;
+// where none is set the effect has no editor.
+using PSeqEditorMaker = IPlugView* (*)(int32_t width, int32_t height, PMidiSeq& effect);
+void setSeqEditorMaker(PSeqEditorMaker maker);

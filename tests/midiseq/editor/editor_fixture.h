@@ -36,6 +36,7 @@ struct EditorFixture : ::testing::Test
                        .string();
         options.settingsPath = settings;
         host = new HostContext(options);
+        setSeqEditorMaker(&makeSequencerEditor);
         seq = new PMidiSeq;
         ASSERT_EQ(seq->initialize(host), kResultOk);
         const PViewRect rect{36, 44, 36 + 603, 44 + 230};

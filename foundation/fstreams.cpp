@@ -1,7 +1,7 @@
 #include "foundation/fstreams.h"
 
-#include "foundation/platform/file_native.h"
-#include "foundation/platform/memory_native.h"
+#include "foundation/platform/file.h"
+#include "foundation/platform/memory.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -53,9 +53,9 @@ class OrnNativeFileSystem final : public IOrnFileSystem
 public:
     constexpr OrnNativeFileSystem() {}
 
-    bool exists(const OrnPath* path) override { return path && OrnNative::pathExists(path->getText()); }
+    bool exists(const OrnPath* path) override { return path && foundation::platform::pathExists(path->getText()); }
 
-    bool isFolder(const OrnPath* path) override { return path && OrnNative::pathIsFolder(path->getText()); }
+    bool isFolder(const OrnPath* path) override { return path && foundation::platform::pathIsFolder(path->getText()); }
 
     void getNativePath(char* buffer, const OrnPath* path) override
     {
@@ -93,7 +93,7 @@ public:
 
     int64_t fileTime(const OrnPath* path) override
     {
-        return path ? OrnNative::modificationTime(path->getText()) : 0;
+        return path ? foundation::platform::modificationTime(path->getText()) : 0;
     }
 
     IOrnFileStream* openFile(const OrnPath* path, int32_t mode) override
@@ -169,15 +169,15 @@ OrnNativeFileStream::OrnNativeFileStream(const OrnPath* madeFor)
 
 OrnNativeFileStream::~OrnNativeFileStream()
 {
-    OrnNative::closeFile(file);
+    foundation::platform::closeFile(file);
 }
 
 bool OrnNativeFileStream::open(int32_t mode)
 {
-    OrnNative::closeFile(file);
+    foundation::platform::closeFile(file);
     char text[OrnPath::kBlockSize];
     path.getNativeText(text);
-    file = OrnNative::openFile(text, mode, lastError);
+    file = foundation::platform::openFile(text, mode, lastError);
     return file != nullptr;
 }
 
@@ -188,27 +188,27 @@ bool OrnNativeFileStream::isOpen()
 
 bool OrnNativeFileStream::setSize(int64_t newSize)
 {
-    return file && OrnNative::resizeFile(file, newSize, lastError);
+    return file && foundation::platform::resizeFile(file, newSize, lastError);
 }
 
 int64_t OrnNativeFileStream::getSize()
 {
-    return file ? OrnNative::fileSize(file, lastError) : -1;
+    return file ? foundation::platform::fileSize(file, lastError) : -1;
 }
 
 int64_t OrnNativeFileStream::tell()
 {
-    return file ? OrnNative::seekFile(file, 0, 1, lastError) : -1;
+    return file ? foundation::platform::seekFile(file, 0, 1, lastError) : -1;
 }
 
 void OrnNativeFileStream::rewind()
 {
-    if (file) OrnNative::seekFile(file, 0, 0, lastError);
+    if (file) foundation::platform::seekFile(file, 0, 0, lastError);
 }
 
 int64_t OrnNativeFileStream::seek(int64_t offset, int32_t mode)
 {
-    return file ? OrnNative::seekFile(file, offset, mode, lastError) : -1;
+    return file ? foundation::platform::seekFile(file, offset, mode, lastError) : -1;
 }
 
 void OrnNativeFileStream::flush()
@@ -219,13 +219,13 @@ void OrnNativeFileStream::flush()
 int64_t OrnNativeFileStream::write(const void* buffer, int64_t count)
 {
     if (!file || !buffer || count < 1) return 0;
-    return OrnNative::writeFile(file, buffer, count, lastError);
+    return foundation::platform::writeFile(file, buffer, count, lastError);
 }
 
 int64_t OrnNativeFileStream::read(void* buffer, int64_t count)
 {
     if (!file || !buffer || count < 1) return 0;
-    return OrnNative::readFile(file, buffer, count, lastError);
+    return foundation::platform::readFile(file, buffer, count, lastError);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -799,8 +799,8 @@ bool OrnBlockAllocator::takeFailure()
 bool queryMemoryStatus(OrnMemoryStatus& status)
 {
     status = OrnMemoryStatus();
-    OrnNative::MemoryFigures figures;
-    if (!OrnNative::queryMemory(figures)) return false;
+    foundation::platform::MemoryFigures figures;
+    if (!foundation::platform::queryMemory(figures)) return false;
     status.totalPhysical = figures.totalPhysical;
     status.availablePhysical = figures.availablePhysical;
     status.totalVirtual = figures.totalVirtual;

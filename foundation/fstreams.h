@@ -15,7 +15,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace OrnNative
+namespace foundation::platform
 {
 struct File;
 }
@@ -74,7 +74,7 @@ public:
 
 private:
     OrnPath path;
-    OrnNative::File* file = nullptr;
+    foundation::platform::File* file = nullptr;
     int32_t lastError = 0;
 };
 

@@ -1,4 +1,5 @@
 #include "foundation/fuid.h"
+#include "foundation/platform/uid.h"
 
 #include <cstdio>
 #include <cstring>
@@ -98,7 +99,7 @@ FUID::~FUID() = default;
 bool FUID::generate()
 {
     uint8_t fresh[16];
-    if (!FUIDPlatform::generate(fresh)) return false;
+    if (!foundation::platform::generate(fresh)) return false;
     std::memcpy(data, fresh, sizeof data);
     return true;
 }
@@ -231,6 +232,6 @@ void FUID::printAs(char* out, int32_t style) const
     if (!out)
     {
         std::strcat(local, "\n");
-        FUIDPlatform::debugOutput(local);
+        foundation::platform::debugOutput(local);
     }
 }

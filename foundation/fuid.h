@@ -57,11 +57,3 @@ public:
 
     uint8_t data[16];
 };
-
-namespace FUIDPlatform
-{
-// Fills 16 bytes with a new identifier from the platform; false if it has none to give.
-bool generate(uint8_t out[16]);
-// The platform's debug output for one line of text.
-void debugOutput(const char* text);
-} // namespace FUIDPlatform

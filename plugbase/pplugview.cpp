@@ -1,9 +1,11 @@
 #include "plugbase/pplugview.h"
 
-#include "plugbase/platform/editorplatform.h"
+#include "plugbase/platform/editor.h"
 #include "plugbase/pmidieffectbase.h"
 
+#include <chrono>
 #include <cstring>
+#include <thread>
 
 using Plexel::CRect;
 
@@ -124,18 +126,25 @@ PluginGUIEditor::Clock editorClock = PluginGUIEditor::systemClock();
 // The type must match with its terminator: case counts and nothing longer passes.
 bool isOwnPlatformType(const char* type)
 {
-    return type && std::strcmp(type, editorplatform::platformType) == 0;
+    return type && std::strcmp(type, plugbase::platform::platformType) == 0;
 }
 } // namespace
 
 const char* PluginGUIEditor::platformType()
 {
-    return editorplatform::platformType;
+    return plugbase::platform::platformType;
 }
 
 PluginGUIEditor::Clock PluginGUIEditor::systemClock()
 {
-    return {editorplatform::tickCount, editorplatform::sleepMilliseconds};
+    // Milliseconds of a steady clock: the editor only measures spans between its calls.
+    return {[]
+            {
+                using namespace std::chrono;
+                return uint32_t(duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
+            },
+            [](uint32_t milliseconds)
+            { std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds)); }};
 }
 
 void PluginGUIEditor::setClock(const Clock& value)
@@ -146,12 +155,12 @@ void PluginGUIEditor::setClock(const Clock& value)
 PluginGUIEditor::PluginGUIEditor(const CRect* initial, PMidiEffectBase* owner)
     : PPluginView(initial), effectValue(owner), nextIdle(editorClock.ticks())
 {
-    editorplatform::enterEditor();
+    plugbase::platform::enterEditor();
 }
 
 PluginGUIEditor::~PluginGUIEditor()
 {
-    editorplatform::leaveEditor();
+    plugbase::platform::leaveEditor();
 }
 
 tresult PluginGUIEditor::supportsPlatformType(const char* type)
@@ -180,7 +189,7 @@ tresult PluginGUIEditor::resizeTo(const PViewRect* newRect)
 
 tresult PluginGUIEditor::serviceIdle()
 {
-    editorplatform::serviceWindows();
+    plugbase::platform::serviceWindows();
     idle();
     return kResultFalse;
 }
@@ -213,7 +222,7 @@ void PluginGUIEditor::doIdle()
         if (now < nextIdle - 50) return;
     }
     onIdle();
-    editorplatform::dispatchOnePaint();
+    plugbase::platform::dispatchOnePaint();
     inIdle = true;
     nextIdle = now + 100;
     if (effectValue)

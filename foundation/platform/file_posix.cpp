@@ -1,4 +1,4 @@
-#include "foundation/platform/file_native.h"
+#include "foundation/platform/file.h"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -6,7 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace OrnNative
+namespace foundation::platform
 {
 struct File
 {
@@ -196,4 +196,4 @@ int64_t modificationTime(const char* path)
     if (!path || !path[0] || ::stat(path, &info) != 0) return 0;
     return (int64_t(info.st_mtim.tv_sec) + kEpochDifference) * 10000000 + info.st_mtim.tv_nsec / 100;
 }
-} // namespace OrnNative
+} // namespace foundation::platform

@@ -1,10 +1,10 @@
-#include "foundation/platform/file_native.h"
+#include "foundation/platform/file.h"
 
 #include <new>
 #include <string>
 #include <windows.h>
 
-namespace OrnNative
+namespace foundation::platform
 {
 struct File
 {
@@ -201,4 +201,4 @@ int64_t modificationTime(const char* path)
     const FILETIME& written = data.ftLastWriteTime;
     return int64_t((uint64_t(written.dwHighDateTime) << 32) | written.dwLowDateTime);
 }
-} // namespace OrnNative
+} // namespace foundation::platform

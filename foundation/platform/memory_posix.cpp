@@ -1,11 +1,11 @@
-#include "foundation/platform/memory_native.h"
+#include "foundation/platform/memory.h"
 
 #include <cstdio>
 #include <sys/resource.h>
 #include <sys/sysinfo.h>
 #include <unistd.h>
 
-namespace OrnNative
+namespace foundation::platform
 {
 namespace
 {
@@ -66,4 +66,4 @@ bool queryMemory(MemoryFigures& figures)
     figures.availableVirtual = used < figures.totalVirtual ? figures.totalVirtual - used : 0;
     return true;
 }
-} // namespace OrnNative
+} // namespace foundation::platform

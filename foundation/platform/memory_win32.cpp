@@ -1,8 +1,8 @@
-#include "foundation/platform/memory_native.h"
+#include "foundation/platform/memory.h"
 
 #include <windows.h>
 
-namespace OrnNative
+namespace foundation::platform
 {
 namespace
 {
@@ -50,4 +50,4 @@ bool queryMemory(MemoryFigures& figures)
     figures.loadPercent = status.dwMemoryLoad;
     return true;
 }
-} // namespace OrnNative
+} // namespace foundation::platform

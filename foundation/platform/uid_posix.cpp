@@ -1,9 +1,9 @@
-#include "foundation/fuid.h"
+#include "foundation/platform/uid.h"
 
 #include <cstdio>
 #include <sys/random.h>
 
-namespace FUIDPlatform
+namespace foundation::platform
 {
 bool generate(uint8_t out[16])
 {
@@ -25,4 +25,4 @@ void debugOutput(const char* text)
 {
     std::fputs(text, stderr);
 }
-} // namespace FUIDPlatform
+} // namespace foundation::platform

@@ -1,10 +1,10 @@
-#include "foundation/fuid.h"
+#include "foundation/platform/uid.h"
 
 #include <cstring>
 #include <objbase.h>
 #include <windows.h>
 
-namespace FUIDPlatform
+namespace foundation::platform
 {
 bool generate(uint8_t out[16])
 {
@@ -19,4 +19,4 @@ void debugOutput(const char* text)
 {
     OutputDebugStringA(text);
 }
-} // namespace FUIDPlatform
+} // namespace foundation::platform

@@ -1,24 +1,14 @@
-// The editor's system services on Windows: the tick count, Sleep, the paint message of the
-// thread's queue, and OLE for the frame's drop target.
+// The editor's system services on Windows: the paint message of the thread's queue, and OLE for
+// the frame's drop target.
 
-#include "plugbase/platform/editorplatform.h"
+#include "plugbase/platform/editor.h"
 
 #include <ole2.h>
 #include <windows.h>
 
-namespace editorplatform
+namespace plugbase::platform
 {
 const char* const platformType = "HWND";
-
-uint32_t tickCount()
-{
-    return GetTickCount();
-}
-
-void sleepMilliseconds(uint32_t milliseconds)
-{
-    Sleep(milliseconds);
-}
 
 void dispatchOnePaint()
 {
@@ -37,4 +27,4 @@ void leaveEditor()
 {
     OleUninitialize();
 }
-} // namespace editorplatform
+} // namespace plugbase::platform

@@ -4,11 +4,9 @@
 
 #include <cstdint>
 
-namespace editorplatform
+namespace plugbase::platform
 {
 extern const char* const platformType;
-uint32_t tickCount();
-void sleepMilliseconds(uint32_t milliseconds);
 // Runs one paint that the window system holds for the editor's windows, and nothing else.
 void dispatchOnePaint();
 // Handles every event waiting for the editor's windows; a no-op where the host's own message loop
@@ -17,4 +15,4 @@ void serviceWindows();
 // The drag-and-drop and clipboard services that an editor window may use, per editor object.
 void enterEditor();
 void leaveEditor();
-} // namespace editorplatform
+} // namespace plugbase::platform

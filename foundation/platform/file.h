@@ -6,7 +6,7 @@
 
 #include <cstdint>
 
-namespace OrnNative
+namespace foundation::platform
 {
 // Defined by each platform; holds its file handle.
 struct File;
@@ -30,4 +30,4 @@ bool pathExists(const char* path);
 bool pathIsFolder(const char* path);
 // The last change, in 100-ns units since 1601-01-01 UTC; 0 if the path is not there.
 int64_t modificationTime(const char* path);
-} // namespace OrnNative
+} // namespace foundation::platform

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-namespace OrnNative
+namespace foundation::platform
 {
 struct MemoryFigures
 {
@@ -18,4 +18,4 @@ struct MemoryFigures
 };
 
 bool queryMemory(MemoryFigures& figures);
-} // namespace OrnNative
+} // namespace foundation::platform

@@ -2,8 +2,8 @@
 // objects, settings read, string table registered) and terminate (settings written), through the
 // stand-in host and the module file as a host loads it.
 
-#include "host/hostcontext.h"
-#include "host/moduleloader.h"
+#include "host/kit/hostcontext.h"
+#include "host/kit/moduleloader.h"
 
 #include <benchmark/benchmark.h>
 

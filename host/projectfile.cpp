@@ -1,7 +1,7 @@
 #include "host/projectfile.h"
 
-#include "host/hosttext.h"
-#include "host/platform/hostplatform.h"
+#include "host/kit/hosttext.h"
+#include "host/kit/platform/hostplatform.h"
 
 #include <charconv>
 #include <cmath>

@@ -1,7 +1,7 @@
 #include "host/render.h"
 
-#include "host/hostcontext.h"
-#include "host/moduleloader.h"
+#include "host/kit/hostcontext.h"
+#include "host/kit/moduleloader.h"
 
 #include <algorithm>
 #include <cmath>
@@ -101,13 +101,6 @@ bool play(PluginModule& module, HostContext& context, const RenderOptions& optio
     return true;
 }
 } // namespace
-
-int32_t blockTicks(double tempo)
-{
-    const double ticks = static_cast<double>(kBlockSamples) / static_cast<double>(kSampleRate) *
-                         (tempo / 60.0) * static_cast<double>(kTicksPerQuarter);
-    return ticks >= 1.0 ? static_cast<int32_t>(std::floor(std::min(ticks, 1e9))) : 1;
-}
 
 bool renderProject(const RenderOptions& options, RenderResult& result, std::string& error)
 {

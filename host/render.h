@@ -5,7 +5,8 @@
 // a pattern, reposition to 0, then play the bars in host-sized blocks of ticks, with pattern
 // switches as incoming note-ons at the start of their bars.
 
-#include "host/hostmiditrack.h"
+#include "host/kit/hostmiditrack.h"
+#include "host/kit/transport.h"
 #include "host/projectfile.h"
 
 #include <cstdint>
@@ -14,14 +15,6 @@
 
 namespace hostkit
 {
-enum : int32_t
-{
-    kTicksPerQuarter = 480,
-    kTicksPerBar = 4 * kTicksPerQuarter,
-    kBlockSamples = 512,
-    kSampleRate = 44100,
-};
-
 struct PatternSwitch
 {
     int32_t bar = 1; // counted from 1
@@ -45,9 +38,6 @@ struct RenderResult
     std::vector<TrackEvent> events; // in the order the module sent them
     int32_t trackFaults = 0;        // events the module misused
 };
-
-// The ticks of one block of 512 samples at 44.1 kHz at this tempo; at least 1.
-int32_t blockTicks(double tempo);
 
 // False with one sentence in `error` if the module can't be loaded, refuses the chunk or lacks
 // what rendering needs.

@@ -1,6 +1,6 @@
 #include "host/trackeventtext.h"
 
-#include "host/midicontrollers.h"
+#include "host/kit/midicontrollers.h"
 #include "host/projectfile.h"
 #include "host/render.h"
 

@@ -3,7 +3,7 @@
 // Events of the host's track as the program lists them, one line each: the tick, the position as
 // bar.beat.tick in 4/4, what the event is, and its channel.
 
-#include "host/hostmiditrack.h"
+#include "host/kit/hostmiditrack.h"
 
 #include <string>
 

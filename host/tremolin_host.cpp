@@ -2,10 +2,10 @@
 // commands to play a project into a MIDI file and to keep projects as chunks or as text.
 
 #include "host/editsession.h"
-#include "host/hosttext.h"
-#include "host/midifile.h"
-#include "host/moduleloader.h"
-#include "host/platform/hostplatform.h"
+#include "host/kit/hosttext.h"
+#include "host/kit/midifile.h"
+#include "host/kit/moduleloader.h"
+#include "host/kit/platform/hostplatform.h"
 #include "host/projectfile.h"
 #include "host/render.h"
 #include "host/trackeventtext.h"
@@ -71,7 +71,7 @@ std::string defaultModule()
     const std::string exe = platform::executablePath();
     if (exe.empty()) return {};
     const std::string folder = folderOf(exe);
-    const std::string name = platform::moduleFileName();
+    const std::string name = std::string("Tremolin") + platform::moduleFileSuffix();
     for (const std::string& candidate : {folder + "/../midiplugs/midiseq/" + name, folder + "/" + name})
         if (platform::fileExists(candidate)) return candidate;
     return {};

@@ -1,9 +1,9 @@
 // The module as a host sees it: Tremolin.so loaded from its file through the stand-in host's
 // loader, never linked in, and driven only through its interfaces.
 
-#include "host/hostcontext.h"
-#include "host/hostvalue.h"
-#include "host/moduleloader.h"
+#include "host/kit/hostcontext.h"
+#include "host/kit/hostvalue.h"
+#include "host/kit/moduleloader.h"
 #include "module/effectinterfaces.h"
 #include "module/pluginfactory.h"
 

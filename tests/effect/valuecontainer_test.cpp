@@ -1,7 +1,7 @@
 // The parameter list over the stand-in host's real value objects.
 
-#include "host/hostcontext.h"
-#include "host/hostvalue.h"
+#include "host/kit/hostcontext.h"
+#include "host/kit/hostvalue.h"
 #include "module/effectinterfaces.h"
 #include "plugbase/pvaluecontainer.h"
 

@@ -1,9 +1,9 @@
 // The editor commands where no window is involved: command lines they refuse, and the transport
 // that plays while the user edits.
 
-#include "host/hostcontext.h"
-#include "host/livetransport.h"
-#include "host/moduleloader.h"
+#include "host/kit/hostcontext.h"
+#include "host/kit/livetransport.h"
+#include "host/kit/moduleloader.h"
 #include "host/render.h"
 #include "tests/host/host_test_support.h"
 

@@ -3,7 +3,7 @@
 // Helpers of the host's tests: a private folder per test, files, running programs (process.h) and
 // the fake modules' files.
 
-#include "host/platform/hostplatform.h"
+#include "host/kit/platform/hostplatform.h"
 #include "tests/host/process.h"
 
 #include <gtest/gtest.h>
@@ -83,7 +83,7 @@ private:
 // ".so" or ".dll": the ending of module files on this platform.
 inline std::string moduleSuffix()
 {
-    const std::string moduleName = hostkit::platform::moduleFileName();
+    const std::string moduleName = std::string("Tremolin") + hostkit::platform::moduleFileSuffix();
     return moduleName.substr(moduleName.rfind('.'));
 }
 

@@ -1,9 +1,5 @@
 # What the host's test suite needs beyond its sources: the platform's halves of its helpers, fake
-# module files to load, the program to run, and the real module when this build has one. Read at
-# the end of the top directory, once tests/ has made the suite.
-if(NOT TARGET host_tests)
-  return()
-endif()
+# module files to load, the program to run, and the real module when this build has one.
 
 # Process helpers and tests of one platform: *_posix.cpp or *_win32.cpp, and on Linux the
 # refusals of the X11 window.

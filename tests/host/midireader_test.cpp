@@ -2,7 +2,7 @@
 
 #include "tests/host/midireader.h"
 
-#include "host/midifile.h"
+#include "host/kit/midifile.h"
 #include "tests/host/host_test_support.h"
 
 #include <gtest/gtest.h>

@@ -3,13 +3,13 @@
 
 #ifdef TREMOLIN_MODULE_FILE
 
-#include "host/hostcontext.h"
-#include "host/hostsettings.h"
-#include "host/hostvalue.h"
-#include "host/moduleloader.h"
+#include "host/kit/hostcontext.h"
+#include "host/kit/hostsettings.h"
+#include "host/kit/hostvalue.h"
+#include "host/kit/moduleloader.h"
 #include "host/projectfile.h"
 #include "host/render.h"
-#include "host/templateregistry.h"
+#include "host/kit/templateregistry.h"
 #include "tests/host/host_test_support.h"
 #include "tests/host/midireader.h"
 

@@ -1,8 +1,8 @@
 // tremolin-host render and project, run as a user runs them, with a fake module whose output is
 // known exactly; and the pieces under it: the track's grid and the MIDI file's order.
 
-#include "host/hostmiditrack.h"
-#include "host/midifile.h"
+#include "host/kit/hostmiditrack.h"
+#include "host/kit/midifile.h"
 #include "host/projectfile.h"
 #include "host/render.h"
 #include "tests/host/host_test_support.h"

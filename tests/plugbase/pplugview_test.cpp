@@ -1,4 +1,4 @@
-#include "host/hostcontext.h"
+#include "host/kit/hostcontext.h"
 #include "plugbase/pmidieffectbase.h"
 #include "plugbase/pplugview.h"
 #include "toolkit/cframe.h"

@@ -1,6 +1,6 @@
 #include "tests/host/platform/process_native.h"
 
-#include "host/platform/widetext_win32.h"
+#include "host/kit/platform/widetext_win32.h"
 
 #include <windows.h>
 

@@ -1,6 +1,6 @@
 // Where the host keeps its settings on Linux: the XDG config folder.
 
-#include "host/hostsettings.h"
+#include "host/kit/hostsettings.h"
 #include "tests/host/host_test_support.h"
 
 #include <gtest/gtest.h>

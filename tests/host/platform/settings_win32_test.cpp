@@ -1,6 +1,6 @@
 // Where the host keeps its settings on Windows: the user's application data folder.
 
-#include "host/hostsettings.h"
+#include "host/kit/hostsettings.h"
 #include "tests/host/host_test_support.h"
 
 #include <gtest/gtest.h>

@@ -2,14 +2,12 @@
 # start, driven by a user: on Linux through the server's test extension, on Windows (under Wine,
 # whose windows are on that server too) through the messages of the program's windows.
 if(TARGET toolkit_tests AND TARGET tremolin_module)
-  # Read at the end of the top directory, which has not read GoogleTest's module in every build.
-  include(GoogleTest)
-  get_directory_property(host_window_display DIRECTORY ${CMAKE_SOURCE_DIR}/tests DEFINITION toolkit_display)
+  set(host_window_display ${toolkit_display})
   if(WIN32)
     file(GLOB host_window_test_sources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/tests/host/window/*.cpp
          ${CMAKE_SOURCE_DIR}/tests/host/window/platform/*_win32.cpp)
     add_executable(host_window_tests ${host_window_test_sources})
-    target_link_libraries(host_window_tests PRIVATE tremolin_hostkit GTest::gtest_main user32 gdiplus ole32)
+    target_link_libraries(host_window_tests PRIVATE tremolin_hostapp GTest::gtest_main user32 gdiplus ole32)
     add_dependencies(host_window_tests tremolin_wine_prefix)
   else()
     file(GLOB host_window_test_sources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/tests/host/window/*.cpp
@@ -18,7 +16,7 @@ if(TARGET toolkit_tests AND TARGET tremolin_module)
     find_package(PkgConfig REQUIRED)
     pkg_check_modules(HOST_WINDOW_TEST_X REQUIRED IMPORTED_TARGET x11 xtst cairo)
     add_executable(host_window_tests ${host_window_test_sources})
-    target_link_libraries(host_window_tests PRIVATE tremolin_hostkit GTest::gtest_main PkgConfig::HOST_WINDOW_TEST_X)
+    target_link_libraries(host_window_tests PRIVATE tremolin_hostapp GTest::gtest_main PkgConfig::HOST_WINDOW_TEST_X)
   endif()
   # host_test_drive: the drive that the build's paths are on for the Windows programs, if any.
   target_compile_definitions(host_window_tests PRIVATE

@@ -3,7 +3,7 @@
 // The effect in the stand-in host with its editor attached to a frame: the way a host opens
 // the editor, with the frame's mouse calls as the user's hand.
 
-#include "host/hostcontext.h"
+#include "host/kit/hostcontext.h"
 #include "midiplugs/midiseq/paboutview.h"
 #include "midiplugs/midiseq/pmidiseq.h"
 #include "midiplugs/midiseq/psequencerview.h"

@@ -1,7 +1,7 @@
 // Tremolin.dll as Windows and a host see it: the resource section through the system's resource
 // calls and through the effect, the version block through the version API, and the manifest.
 
-#include "host/moduleloader.h"
+#include "host/kit/moduleloader.h"
 #include "module/effectinterfaces.h"
 #include "module/pluginfactory.h"
 #include "toolkit/cbitmap.h"

@@ -1,0 +1,75 @@
+#include "host/kit/livetransport.h"
+
+#include "host/kit/transport.h"
+
+#include <chrono>
+#include <climits>
+
+namespace hostkit
+{
+LiveTransport::LiveTransport(IMidiEffect* effect, HostMidiTrack& track, double tempo, Listener listener)
+    : effect(effect), track(track), tempo(tempo), listener(std::move(listener))
+{
+}
+
+LiveTransport::~LiveTransport()
+{
+    stop();
+}
+
+void LiveTransport::start()
+{
+    if (thread.joinable()) return;
+    stopping = false;
+    thread = std::thread([this] { run(); });
+}
+
+void LiveTransport::stop()
+{
+    {
+        std::lock_guard<std::mutex> guard(mutex);
+        stopping = true;
+    }
+    wake.notify_all();
+    if (thread.joinable()) thread.join();
+}
+
+void LiveTransport::run()
+{
+    using Clock = std::chrono::steady_clock;
+    const int32_t block = blockTicks(tempo);
+    const double ticksPerSecond = tempo / 60.0 * static_cast<double>(kTicksPerQuarter);
+    const auto period = std::chrono::microseconds(1000000LL * kBlockSamples / kSampleRate);
+
+    Clock::time_point origin = Clock::now();
+    int32_t position = 0;
+    effect->reposition(position);
+    std::unique_lock<std::mutex> lock(mutex);
+    while (!stopping)
+    {
+        lock.unlock();
+        // Whole blocks only, as a host plays them; the clock decides how many are due, so that a
+        // late wake-up catches up instead of slowing the music down.
+        const double elapsed = std::chrono::duration<double>(Clock::now() - origin).count();
+        const auto due = static_cast<int64_t>(elapsed * ticksPerSecond);
+        while (static_cast<int64_t>(position) + block <= due)
+        {
+            if (position > INT32_MAX - 2 * block)
+            {
+                // Days of playing at a high tempo: start over at 0 as a looping host does.
+                origin = Clock::now();
+                position = 0;
+                effect->reposition(position);
+                break;
+            }
+            effect->processRange(position, position + block);
+            position += block;
+        }
+        next.store(position);
+        std::vector<TrackEvent> sent = track.takeEvents();
+        if (listener && !sent.empty()) listener(sent);
+        lock.lock();
+        wake.wait_for(lock, period, [this] { return stopping; });
+    }
+}
+} // namespace hostkit

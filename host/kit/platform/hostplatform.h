@@ -1,0 +1,41 @@
+#pragma once
+
+// What the host asks of the operating system, in one place: loading a module file, finding the
+// program and the user's settings folder, and reading and safely replacing files. Paths are
+// UTF-8 with '/' separators on both platforms. hostplatform_posix.cpp answers it with dlopen and
+// the XDG folders; hostplatform_win32.cpp with LoadLibraryW and %APPDATA%.
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace hostkit::platform
+{
+struct Library;
+
+// Null on failure, with the system's own explanation in `error`.
+Library* openLibrary(const std::string& path, std::string& error);
+void* findSymbol(Library* library, const char* name);
+void closeLibrary(Library* library);
+// Lets go of the handle but leaves the library loaded for the rest of the process.
+void abandonLibrary(Library* library);
+// What the platform's module files end with: ".so" or ".dll".
+const char* moduleFileSuffix();
+
+// The running program's file, or empty if the system does not say.
+std::string executablePath();
+// $XDG_CONFIG_HOME (else ~/.config), or %APPDATA%; empty if there is none.
+std::string userConfigDirectory();
+
+bool fileExists(const std::string& path);
+bool isDirectory(const std::string& path);
+// Creates the folder and the folders above it that are missing.
+bool makeDirectories(const std::string& path, std::string& error);
+bool readFile(const std::string& path, std::vector<uint8_t>& bytes, std::string& error);
+// Writes a temporary file beside `path` and renames it over `path`, so that a reader sees either
+// the old or the new content, never a part; on failure nothing is left behind.
+bool replaceFile(const std::string& path, const void* data, size_t size, std::string& error);
+// Removes a file; false if it was not there or could not be removed.
+bool removeFile(const std::string& path);
+} // namespace hostkit::platform

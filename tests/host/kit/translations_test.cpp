@@ -1,0 +1,179 @@
+#include "host/kit/hostcontext.h"
+#include "host/kit/hosttext.h"
+#include "host/kit/templatedialog.h"
+#include "host/kit/templateregistry.h"
+#include "host/kit/xmlreader.h"
+#include "module/effectinterfaces.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+
+using namespace hostkit;
+
+namespace
+{
+// A translation table as modules carry it: windows-1252, CR LF, two top-level elements.
+const std::string kTable = "<?xml version=\"1.0\" encoding=\"windows-1252\" ?>\r\n\r\n"
+                           "<LanguageTable>\r\n"
+                           "\t<language key=\"us\">American English</language>\r\n"
+                           "\t<language key=\"de\">Deutsch</language>\r\n"
+                           "</LanguageTable>\r\n\r\n"
+                           "<StringTable>\r\n"
+                           "\t<String Key=\"Controller Setup\">\r\n"
+                           "\t\t<de>Controller Einstellungen</de>\r\n"
+                           "\t</String>\r\n"
+                           "\t<String Key=\"Gate &amp; Velocity\">\r\n"
+                           "\t\t<de>Gate &amp; Anschlagst\xe4rke \x80</de>\r\n"
+                           "\t</String>\r\n"
+                           "</StringTable>\r\n";
+
+const char* const kTemplates =
+    "<resources><bitmap name=\"bmBack\" path=\"200\"/></resources>\n"
+    "<template name=\"Tremolin\" background=\"bmBack\">\n"
+    "  <view size=\"0,0,10,10\"><valuebox name=\"Length\" size=\"1,1,1,1\"/></view>\n"
+    "</template>\n"
+    "<template name=\"Controller Setup\">\n"
+    "  <listbox name=\"Controller1\" size=\"0,0,150,220\" title=\"Controller 1\"/>\n"
+    "  <listbox name=\"Controller2\" size=\"150,0,150,220\" title=\"Controller 2\"/>\n"
+    "</template>\n";
+
+// The module's controller face, reduced to finding values by name.
+class NamedValues : public IPlugController
+{
+public:
+    tresult queryInterface(const TUID, void** obj) override
+    {
+        *obj = nullptr;
+        return kNoInterface;
+    }
+    uint32_t addRef() override { return 1; }
+    uint32_t release() override { return 1; }
+    tresult findValue(const char* name, IHostValue** value) override
+    {
+        const auto found = values.find(name);
+        *value = found == values.end() ? nullptr : found->second;
+        return *value ? kResultOk : kResultFalse;
+    }
+    tresult valueChanged(IHostValue*, int32_t) override { return kResultOk; }
+
+    std::map<std::string, IHostValue*> values;
+};
+
+IHostValue* makeValue(HostContext* context, const FUID& kind)
+{
+    void* object = nullptr;
+    context->createObject(kind, &object);
+    return static_cast<IHostValue*>(object);
+}
+} // namespace
+
+TEST(TemplateRegistry, TranslatesFromRegisteredTablesUntilTheyAreTakenBack)
+{
+    auto* registry = new TemplateRegistry;
+    int32_t first = 0, second = 0;
+    ASSERT_EQ(registry->registerTemplate(kTable.data(), static_cast<int32_t>(kTable.size()), &first),
+              kResultOk);
+    EXPECT_EQ(registry->translate("Controller Setup", "de"), u"Controller Einstellungen");
+    EXPECT_EQ(registry->translate("Gate & Velocity", "de"), u"Gate & Anschlagst\u00e4rke \u20ac")
+        << "windows-1252 bytes and entities decoded";
+    EXPECT_EQ(registry->translate("Controller Setup", "us"), u"Controller Setup") << "no text for us";
+    EXPECT_EQ(registry->translate("Unknown", "de"), u"Unknown");
+    const auto languages = registry->languages();
+    ASSERT_EQ(languages.size(), 2u);
+    EXPECT_EQ(languages[1].first, "de");
+    EXPECT_EQ(languages[1].second, u"Deutsch");
+
+    // The bytes are the module's only during the call.
+    std::string copy = kTable;
+    ASSERT_EQ(registry->registerTemplate(copy.data(), static_cast<int32_t>(copy.size()), &second), kResultOk);
+    std::fill(copy.begin(), copy.end(), 'x');
+    EXPECT_NE(first, second);
+    EXPECT_EQ(registry->unregisterTemplate(first), kResultOk);
+    EXPECT_EQ(registry->translate("Controller Setup", "de"), u"Controller Einstellungen");
+    EXPECT_EQ(registry->unregisterTemplate(second), kResultOk);
+    EXPECT_EQ(registry->translate("Controller Setup", "de"), u"Controller Setup");
+    EXPECT_EQ(registry->unregisterTemplate(second), kInvalidArgument);
+
+    int32_t handle = 77;
+    const std::string broken = "<StringTable><String Key=\"a\"></StringTable>";
+    EXPECT_EQ(registry->registerTemplate(broken.data(), static_cast<int32_t>(broken.size()), &handle),
+              kInvalidArgument);
+    const std::string unrelated = "<html/>";
+    EXPECT_EQ(registry->registerTemplate(unrelated.data(), 7, &handle), kInvalidArgument);
+    EXPECT_EQ(registry->registerTemplate(nullptr, 5, &handle), kInvalidArgument);
+    EXPECT_EQ(handle, 77);
+    EXPECT_EQ(registry->tableCount(), 0);
+    registry->release();
+}
+
+TEST(XmlReader, ReadsTemplatesWithoutARootAndNamesTheLineOfAFault)
+{
+    std::vector<XmlElement> elements;
+    std::string error;
+    ASSERT_TRUE(parseXml(kTemplates, elements, error)) << error;
+    ASSERT_EQ(elements.size(), 3u);
+    EXPECT_EQ(elements[2].children[1].name, "listbox");
+    EXPECT_EQ(*elements[2].children[1].attribute("title"), "Controller 2");
+    EXPECT_EQ(elements[0].children[0].attribute("missing"), nullptr);
+
+    EXPECT_FALSE(parseXml("<a>\n<b>\n</a>", elements, error));
+    EXPECT_EQ(error, "line 3: an end tag </a> that closes nothing open");
+    EXPECT_FALSE(parseXml("<a x=1/>", elements, error));
+    EXPECT_FALSE(parseXml("<a>&nbsp;</a>", elements, error));
+    EXPECT_FALSE(parseXml("<a>", elements, error));
+    EXPECT_EQ(error, "line 1: <a> is never closed");
+    ASSERT_TRUE(parseXml("<!-- c --><a t='&#x41;&#66;&lt;'><![CDATA[<raw>]]></a>", elements, error)) << error;
+    EXPECT_EQ(*elements[0].attribute("t"), "AB<");
+    EXPECT_EQ(elements[0].text, "<raw>");
+}
+
+TEST(TemplateDialog, ScriptedUserSetsTheListsThenAcceptsOrRefuses)
+{
+    HostOptions options;
+    options.language = "de";
+    auto* context = new HostContext(options);
+    int32_t handle = 0;
+    context->registry().registerTemplate(kTable.data(), static_cast<int32_t>(kTable.size()), &handle);
+
+    NamedValues controller;
+    IHostValue* first = makeValue(context, IHostControllerValue::iid);
+    IHostValue* second = makeValue(context, IHostControllerValue::iid);
+    IHostValue* length = makeValue(context, IHostIntValue::iid);
+    first->setInt(71);
+    second->setInt(74);
+    length->setMaxInt(32);
+    controller.values = {{"Controller1", first}, {"Controller2", second}, {"Length", length}};
+
+    void* object = nullptr;
+    ASSERT_EQ(context->createObject(IHostTemplateDialog::iid, &object), kResultOk);
+    auto* dialog = static_cast<IHostTemplateDialog*>(object);
+    ASSERT_EQ(dialog->loadTemplate(kTemplates), kResultOk);
+
+    context->dialogs().setScript({{{"Controller1", 7}, {"Controller2", 10}, {"Length", 5}}, true});
+    EXPECT_EQ(dialog->runTemplate("Controller Setup", &controller), kResultOk);
+    EXPECT_EQ(first->getInt(), 7);
+    EXPECT_EQ(second->getInt(), 10);
+    EXPECT_EQ(length->getInt(), 0) << "the dialog has no control for Length";
+
+    context->dialogs().setScript({{{"Controller1", 1}}, false});
+    EXPECT_EQ(dialog->runTemplate("Controller Setup", &controller), kResultFalse);
+    EXPECT_EQ(first->getInt(), 1) << "the user changed the list before refusing";
+
+    EXPECT_EQ(dialog->runTemplate("Nonexistent", &controller), kResultFalse);
+    EXPECT_EQ(dialog->loadTemplate("<template"), kResultFalse);
+
+    const std::vector<DialogRun> runs = context->dialogs().runs();
+    ASSERT_EQ(runs.size(), 2u);
+    EXPECT_EQ(runs[0].title, u"Controller Einstellungen");
+    EXPECT_EQ(runs[0].controls, (std::vector<std::string>{"Controller1", "Controller2"}));
+    EXPECT_EQ(runs[0].changed, (std::vector<std::string>{"Controller1", "Controller2"}));
+    EXPECT_TRUE(runs[0].accepted);
+    EXPECT_FALSE(runs[1].accepted);
+
+    dialog->release();
+    first->release();
+    second->release();
+    length->release();
+    context->release();
+}

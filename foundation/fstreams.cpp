@@ -53,9 +53,15 @@ class OrnNativeFileSystem final : public IOrnFileSystem
 public:
     constexpr OrnNativeFileSystem() {}
 
-    bool exists(const OrnPath* path) override { return path && foundation::platform::pathExists(path->getText()); }
+    bool exists(const OrnPath* path) override
+    {
+        return path && foundation::platform::pathExists(path->getText());
+    }
 
-    bool isFolder(const OrnPath* path) override { return path && foundation::platform::pathIsFolder(path->getText()); }
+    bool isFolder(const OrnPath* path) override
+    {
+        return path && foundation::platform::pathIsFolder(path->getText());
+    }
 
     void getNativePath(char* buffer, const OrnPath* path) override
     {

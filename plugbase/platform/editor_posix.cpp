@@ -4,7 +4,6 @@
 #include "plugbase/platform/editor.h"
 #include "toolkit/cframe.h"
 
-
 namespace plugbase::platform
 {
 const char* const platformType = "X11Window";

@@ -7,9 +7,9 @@
 #include "host/kit/hostsettings.h"
 #include "host/kit/hostvalue.h"
 #include "host/kit/moduleloader.h"
+#include "host/kit/templateregistry.h"
 #include "host/projectfile.h"
 #include "host/render.h"
-#include "host/kit/templateregistry.h"
 #include "tests/host/host_test_support.h"
 #include "tests/host/midireader.h"
 

@@ -1,0 +1,23 @@
+# Fails on any source that differs from the repository's .clang-format, naming the files.
+# Run as: cmake -DSOURCE_DIR=... -DCLANG_FORMAT=... -P check_format.cmake
+cmake_minimum_required(VERSION 3.25)
+set(sources "")
+foreach(folder foundation module plugbase toolkit midiplugs host tools lv2 tests bench fuzz)
+  file(GLOB_RECURSE found ${SOURCE_DIR}/${folder}/*.h ${SOURCE_DIR}/${folder}/*.cpp ${SOURCE_DIR}/${folder}/*.c)
+  list(APPEND sources ${found})
+endforeach()
+execute_process(COMMAND ${CLANG_FORMAT} --dry-run --Werror ${sources}
+                RESULT_VARIABLE result ERROR_VARIABLE report)
+if(NOT result EQUAL 0)
+  string(REGEX MATCHALL "[^\n]*: error: code should be clang-formatted" lines "${report}")
+  set(files "")
+  foreach(line IN LISTS lines)
+    string(REGEX REPLACE ":[0-9]+:[0-9]+: error:.*" "" file "${line}")
+    list(APPEND files ${file})
+  endforeach()
+  list(REMOVE_DUPLICATES files)
+  list(JOIN files "\n  " shown)
+  message(FATAL_ERROR "These files differ from .clang-format (run clang-format -i on them):\n  ${shown}")
+endif()
+list(LENGTH sources count)
+message(STATUS "${count} sources are formatted")

@@ -32,3 +32,12 @@ public:
 
     static inline const FUID iid{0x00000000, 0x00000000, 0xC0000000, 0x00000046};
 };
+
+// The face `T` of an object as a new reference, or null when the object is null or has no such
+// face.
+template <class T> T* queryFace(FUnknown* object)
+{
+    void* out = nullptr;
+    if (!object || object->queryInterface(T::iid, &out) != kResultOk) return nullptr;
+    return static_cast<T*>(out);
+}

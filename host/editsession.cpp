@@ -32,13 +32,6 @@ constexpr int32_t kViewHeight = 230;
 // immediate, rarely enough to cost nothing.
 constexpr auto kIdlePeriod = std::chrono::milliseconds(15);
 
-template <class T> T* queryFace(FUnknown* object)
-{
-    void* face = nullptr;
-    if (!object || object->queryInterface(T::iid, &face) != kResultOk) return nullptr;
-    return static_cast<T*>(face);
-}
-
 // Lines on stdout from the user-interface thread and the transport's thread, whole and in order.
 class Console
 {

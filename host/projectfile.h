@@ -41,6 +41,8 @@
 // as text and reading it back gives the same chunk, byte for byte (the chunk's 128 reserved
 // bytes, always 0 from the module, are not carried).
 
+#include "midiplugs/midiseq/chunkformat.h"
+
 #include <array>
 #include <cstdint>
 #include <string>
@@ -49,14 +51,17 @@
 
 namespace hostkit
 {
+// The host reads and writes chunks with a codec of its own rather than the module's: it converts
+// project files without loading a module, and its reader, written apart from the module's, is what
+// the tests hold the module's bytes against. The layout's numbers are shared.
 enum : int32_t
 {
-    kProjectChunkSize = 156140,
-    kProjectPatternCount = 200,
-    kProjectStepCount = 32,
-    kProjectChunkMagic = 0x54724D6F, // "TrMo"
-    kProjectChunkVersion = 261,
-    kProjectReservedSize = 128,
+    kProjectChunkSize = kChunkSize,
+    kProjectPatternCount = kChunkPatternCount,
+    kProjectStepCount = kChunkStepCount,
+    kProjectChunkMagic = kChunkMagic,
+    kProjectChunkVersion = kChunkVersion,
+    kProjectReservedSize = kChunkReservedSize,
 };
 
 struct ProjectStep

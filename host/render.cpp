@@ -20,13 +20,6 @@ template <class T> struct Counted
     }
 };
 
-template <class T> T* queryFace(FUnknown* object)
-{
-    void* face = nullptr;
-    if (!object || object->queryInterface(T::iid, &face) != kResultOk) return nullptr;
-    return static_cast<T*>(face);
-}
-
 // Everything between loading and unloading; the caller unloads whatever happens here.
 bool play(PluginModule& module, HostContext& context, const RenderOptions& options, RenderResult& result,
           std::string& error)

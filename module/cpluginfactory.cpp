@@ -46,22 +46,6 @@ tresult CPluginFactory::queryInterface(const TUID iid, void** obj)
     return kNoInterface;
 }
 
-uint32_t CPluginFactory::addRef()
-{
-    return static_cast<uint32_t>(referenceCount.fetch_add(1) + 1);
-}
-
-uint32_t CPluginFactory::release()
-{
-    const int32_t count = referenceCount.fetch_sub(1) - 1;
-    if (count == 0)
-    {
-        delete this;
-        return 0;
-    }
-    return static_cast<uint32_t>(count);
-}
-
 tresult CPluginFactory::getFactoryRecord(PFactoryRecord* record)
 {
     if (record) std::memcpy(record, &factoryRecord, sizeof factoryRecord);

@@ -3,6 +3,7 @@
 // The class factory handed to the host: the factory record, the class entries with their
 // records in both widths, and the creators.
 
+#include "foundation/frefcounted.h"
 #include "module/pluginfactory.h"
 
 #include <atomic>
@@ -11,7 +12,7 @@
 // Makes a new object of a class; gives null when it cannot.
 typedef FUnknown* (*PClassCreator)(void* context);
 
-class CPluginFactory : public IPluginFactory3
+class CPluginFactory : public IPluginFactory3, public FRefCounted<CPluginFactory>
 {
 public:
     explicit CPluginFactory(const PFactoryRecord& record);
@@ -20,8 +21,8 @@ public:
     CPluginFactory& operator=(const CPluginFactory&) = delete;
 
     tresult queryInterface(const TUID iid, void** obj) override;
-    uint32_t addRef() override;
-    uint32_t release() override;
+    uint32_t addRef() override { return retain(); }
+    uint32_t release() override { return drop(); }
 
     tresult getFactoryRecord(PFactoryRecord* record) override;
     int32_t getClassCount() override;
@@ -52,7 +53,6 @@ private:
     template <class Record> tresult copyNarrowRecord(int32_t index, Record* record);
     bool validIndex(int32_t index) const { return index >= 0 && index < classCount; }
 
-    std::atomic<int32_t> referenceCount{1};
     PFactoryRecord factoryRecord;
     ClassEntry* classes = nullptr;
     int32_t classCount = 0;

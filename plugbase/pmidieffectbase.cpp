@@ -32,18 +32,6 @@ tresult PMidiEffectBase::queryInterface(const TUID iid, void** obj)
     return kResultOk;
 }
 
-uint32_t PMidiEffectBase::addRef()
-{
-    return static_cast<uint32_t>(++referenceCount);
-}
-
-uint32_t PMidiEffectBase::release()
-{
-    if (--referenceCount != 0) return static_cast<uint32_t>(referenceCount);
-    delete this;
-    return 0;
-}
-
 tresult PMidiEffectBase::initialize(IHostContext* hostContext)
 {
     if (!hostContext) return kInvalidArgument;

@@ -3,6 +3,7 @@
 // What any MIDI effect of the family needs: one object with several interface faces and one
 // reference count, the host pointers, and harmless answers for everything the host may call.
 
+#include "foundation/frefcounted.h"
 #include "module/effectinterfaces.h"
 
 #include <cstdint>
@@ -19,6 +20,7 @@ public:
 };
 
 class PMidiEffectBase : public PPlugImplementation,
+                        public FRefCounted<PMidiEffectBase>,
                         public IMidiEffect,
                         public IGenericPlugController,
                         public IUIFactory2,
@@ -37,8 +39,8 @@ public:
 
     // One lookup, one count for every face.
     tresult queryInterface(const TUID iid, void** obj) override;
-    uint32_t addRef() override;
-    uint32_t release() override;
+    uint32_t addRef() override { return retain(); }
+    uint32_t release() override { return drop(); }
 
     // IPluginBase, IMidiEffect
     tresult initialize(IHostContext* context) override;
@@ -65,7 +67,7 @@ public:
     tresult getResource(const char* text, void* buffer, int32_t* size) override;
     tresult createView(const char* name, const PViewRect* rect, IPlugView** view) override;
 
-    int32_t referenceCountForTests() const { return referenceCount; }
+    int32_t referenceCountForTests() const { return int32_t(references()); }
 
 protected:
     PValueContainer* values = nullptr;
@@ -74,5 +76,4 @@ protected:
     IHostMidiTrack* track = nullptr;
     int32_t capabilities = 0;
     // Plain, not atomic: the host adds and drops references on one thread at a time.
-    int32_t referenceCount = 1;
 };

@@ -30,22 +30,6 @@ tresult PPluginView::queryInterface(const TUID iid, void** obj)
     return kNoInterface;
 }
 
-uint32_t PPluginView::addRef()
-{
-    return uint32_t(referenceCount.fetch_add(1) + 1);
-}
-
-uint32_t PPluginView::release()
-{
-    const int32_t count = referenceCount.fetch_sub(1) - 1;
-    if (count == 0)
-    {
-        delete this;
-        return 0;
-    }
-    return uint32_t(count);
-}
-
 tresult PPluginView::supportsPlatformType(const char*)
 {
     return kNotImplemented;

@@ -4,6 +4,7 @@
 // harmlessly, and PluginGUIEditor puts a toolkit frame into the host's window and serves the
 // frame's idle and knob-mode questions.
 
+#include "foundation/frefcounted.h"
 #include "module/plugview.h"
 #include "toolkit/cframe.h"
 
@@ -12,14 +13,14 @@
 
 class PMidiEffectBase;
 
-class PPluginView : public IPlugView
+class PPluginView : public IPlugView, public FRefCounted<PPluginView>
 {
 public:
     explicit PPluginView(const Plexel::CRect* rect = nullptr);
 
     tresult queryInterface(const TUID iid, void** obj) override;
-    uint32_t addRef() override;
-    uint32_t release() override;
+    uint32_t addRef() override { return retain(); }
+    uint32_t release() override { return drop(); }
 
     tresult supportsPlatformType(const char* type) override;
     tresult attachToParent(PNativeWindow parent, const char* type) override;
@@ -41,7 +42,6 @@ public:
     PNativeWindow parentWindow() const { return parent; }
 
 protected:
-    std::atomic<int32_t> referenceCount{1};
     Plexel::CRect rect;
     PNativeWindow parent = nullptr;
 };

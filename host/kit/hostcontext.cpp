@@ -44,18 +44,6 @@ tresult HostContext::queryInterface(const TUID iid, void** obj)
     return kResultOk;
 }
 
-uint32_t HostContext::addRef()
-{
-    return references.fetch_add(1) + 1;
-}
-
-uint32_t HostContext::release()
-{
-    const uint32_t left = references.fetch_sub(1) - 1;
-    if (left == 0) delete this;
-    return left;
-}
-
 tresult HostContext::hostIdle()
 {
     ++idle;

@@ -5,6 +5,7 @@
 // through the factory comes from here: value objects, settings over the host's settings file,
 // the shared translation registry and scripted template dialogs.
 
+#include "foundation/frefcounted.h"
 #include "host/kit/hostmiditrack.h"
 #include "host/kit/templatedialog.h"
 #include "module/hostinterfaces.h"
@@ -30,15 +31,18 @@ struct HostOptions
     bool offerControllerValues = true;
 };
 
-class HostContext final : public IHostContext, public IHostPlugSite, public IHostObjectFactory
+class HostContext final : public IHostContext,
+                          public IHostPlugSite,
+                          public IHostObjectFactory,
+                          public FRefCounted<HostContext>
 {
 public:
     // One reference, the caller's.
     explicit HostContext(HostOptions options = {});
 
     tresult queryInterface(const TUID iid, void** obj) override;
-    uint32_t addRef() override;
-    uint32_t release() override;
+    uint32_t addRef() override { return retain(); }
+    uint32_t release() override { return drop(); }
 
     tresult hostIdle() override;
     tresult createObject(const TUID id, void** obj) override;
@@ -57,8 +61,8 @@ public:
 
 private:
     ~HostContext();
+    friend class FRefCounted<HostContext>;
 
-    std::atomic<uint32_t> references{1};
     const HostOptions options;
     const std::string settingsFile;
     HostMidiTrack* midiTrack;

@@ -23,18 +23,6 @@ tresult HostMidiTrack::queryInterface(const TUID iid, void** obj)
     return kNoInterface;
 }
 
-uint32_t HostMidiTrack::addRef()
-{
-    return references.fetch_add(1) + 1;
-}
-
-uint32_t HostMidiTrack::release()
-{
-    const uint32_t left = references.fetch_sub(1) - 1;
-    if (left == 0) delete this;
-    return left;
-}
-
 bool HostMidiTrack::isLive(HostMidiEvent* event) const
 {
     return event && live.count(event) != 0;

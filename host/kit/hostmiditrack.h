@@ -4,6 +4,7 @@
 // sends (or forwards) with its time, hands incoming events to processEvent, and answers grid
 // queries.
 
+#include "foundation/frefcounted.h"
 #include "module/hostinterfaces.h"
 
 #include <atomic>
@@ -39,7 +40,7 @@ struct TrackEvent
     int32_t channel() const { return status & 0x0F; }
 };
 
-class HostMidiTrack final : public IHostMidiTrack
+class HostMidiTrack final : public IHostMidiTrack, public FRefCounted<HostMidiTrack>
 {
 public:
     // Where the grid that getGridInfo reports starts: at the bar that holds the tick, or at 0.
@@ -52,8 +53,8 @@ public:
     HostMidiTrack();
 
     tresult queryInterface(const TUID iid, void** obj) override;
-    uint32_t addRef() override;
-    uint32_t release() override;
+    uint32_t addRef() override { return retain(); }
+    uint32_t release() override { return drop(); }
 
     HostMidiEvent* createEvent(uint8_t status, int32_t data1, int32_t data2, int32_t length) override;
     tresult releaseEvent(HostMidiEvent* event) override;
@@ -88,9 +89,9 @@ public:
 
 private:
     ~HostMidiTrack();
+    friend class FRefCounted<HostMidiTrack>;
     bool isLive(HostMidiEvent* event) const;
 
-    std::atomic<uint32_t> references{1};
     std::mutex mutex;
     std::unordered_set<HostMidiEvent*> live;
     std::vector<TrackEvent> output;

@@ -111,18 +111,6 @@ tresult HostSettings::queryInterface(const TUID iid, void** obj)
     return kNoInterface;
 }
 
-uint32_t HostSettings::addRef()
-{
-    return references.fetch_add(1) + 1;
-}
-
-uint32_t HostSettings::release()
-{
-    const uint32_t left = references.fetch_sub(1) - 1;
-    if (left == 0) delete this;
-    return left;
-}
-
 bool HostSettings::load(std::vector<Section>& sections)
 {
     sections.clear();

@@ -16,6 +16,7 @@
 // Texts are quoted with \" \\ \n \r \t escapes; numbers are written so that they read back
 // exactly.
 
+#include "foundation/frefcounted.h"
 #include "module/hostinterfaces.h"
 
 #include <atomic>
@@ -25,7 +26,7 @@
 
 namespace hostkit
 {
-class HostSettings final : public IHostStringSettings
+class HostSettings final : public IHostStringSettings, public FRefCounted<HostSettings>
 {
 public:
     // `path` is the settings file; empty means a store that keeps nothing.
@@ -36,8 +37,8 @@ public:
     static std::string defaultPath();
 
     tresult queryInterface(const TUID iid, void** obj) override;
-    uint32_t addRef() override;
-    uint32_t release() override;
+    uint32_t addRef() override { return retain(); }
+    uint32_t release() override { return drop(); }
 
     tresult writeInt(const char* section, const char* key, int32_t value) override;
     bool readInt(const char* section, const char* key, int32_t* value) override;
@@ -52,6 +53,7 @@ public:
 
 private:
     ~HostSettings() = default;
+    friend class FRefCounted<HostSettings>;
 
     struct Section
     {
@@ -67,6 +69,5 @@ private:
 
     const std::string file;
     std::string error;
-    std::atomic<uint32_t> references{1};
 };
 } // namespace hostkit

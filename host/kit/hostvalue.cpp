@@ -82,18 +82,6 @@ tresult HostValue::queryInterface(const TUID iid, void** obj)
     return kResultOk;
 }
 
-uint32_t HostValue::addRef()
-{
-    return references.fetch_add(1) + 1;
-}
-
-uint32_t HostValue::release()
-{
-    const uint32_t left = references.fetch_sub(1) - 1;
-    if (left == 0) delete this;
-    return left;
-}
-
 int32_t HostValue::maxIntLocked() const
 {
     switch (kindOfValue)

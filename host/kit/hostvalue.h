@@ -8,6 +8,7 @@
 // assignInt, assignFloat and assignString only when their flag is nonzero (a module configures
 // its values with the flag 0 before anything is bound).
 
+#include "foundation/frefcounted.h"
 #include "module/hostinterfaces.h"
 
 #include <atomic>
@@ -20,6 +21,7 @@
 namespace hostkit
 {
 class HostValue final : public IHostValue,
+                        public FRefCounted<HostValue>,
                         public IHostValueAutomation,
                         public IHostValueStringList,
                         public IHostValueUnit
@@ -41,8 +43,8 @@ public:
     explicit HostValue(Kind kind);
 
     tresult queryInterface(const TUID iid, void** obj) override;
-    uint32_t addRef() override;
-    uint32_t release() override;
+    uint32_t addRef() override { return retain(); }
+    uint32_t release() override { return drop(); }
 
     // IHostValue
     tresult getDisplayText(char16_t* text) override;
@@ -87,6 +89,7 @@ public:
 
 private:
     ~HostValue() = default;
+    friend class FRefCounted<HostValue>;
 
     // Stores under the lock; true if the stored value changed.
     bool storeInt(int32_t value);
@@ -97,7 +100,6 @@ private:
     void notify();
 
     const Kind kindOfValue;
-    std::atomic<uint32_t> references{1};
     std::mutex mutex;
     int32_t intValue = 0;
     int32_t lowInt = INT32_MIN;

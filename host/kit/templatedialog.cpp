@@ -69,18 +69,6 @@ tresult TemplateDialog::queryInterface(const TUID iid, void** obj)
     return kNoInterface;
 }
 
-uint32_t TemplateDialog::addRef()
-{
-    return references.fetch_add(1) + 1;
-}
-
-uint32_t TemplateDialog::release()
-{
-    const uint32_t left = references.fetch_sub(1) - 1;
-    if (left == 0) delete this;
-    return left;
-}
-
 tresult TemplateDialog::loadTemplate(const char* text)
 {
     if (!text) return kInvalidArgument;

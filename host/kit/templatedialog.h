@@ -4,6 +4,7 @@
 // "user" is a script: which values to set on the dialog's controls, then accept or refuse. Each
 // run is logged with what it showed, for the program's report and for tests.
 
+#include "foundation/frefcounted.h"
 #include "host/kit/xmlreader.h"
 #include "module/hostinterfaces.h"
 
@@ -50,15 +51,15 @@ private:
     std::vector<DialogRun> log;
 };
 
-class TemplateDialog final : public IHostTemplateDialog
+class TemplateDialog final : public IHostTemplateDialog, public FRefCounted<TemplateDialog>
 {
 public:
     // `registry` (may be null) translates the title into `language`.
     TemplateDialog(std::shared_ptr<DialogBoard> board, TemplateRegistry* registry, std::string language);
 
     tresult queryInterface(const TUID iid, void** obj) override;
-    uint32_t addRef() override;
-    uint32_t release() override;
+    uint32_t addRef() override { return retain(); }
+    uint32_t release() override { return drop(); }
 
     // Takes a template text with any number of top-level <template> elements; refuses text that
     // is not XML, keeping what was loaded before.
@@ -68,8 +69,8 @@ public:
 
 private:
     ~TemplateDialog();
+    friend class FRefCounted<TemplateDialog>;
 
-    std::atomic<uint32_t> references{1};
     std::shared_ptr<DialogBoard> board;
     TemplateRegistry* registry;
     std::string language;

@@ -45,18 +45,6 @@ tresult TemplateRegistry::queryInterface(const TUID iid, void** obj)
     return kNoInterface;
 }
 
-uint32_t TemplateRegistry::addRef()
-{
-    return references.fetch_add(1) + 1;
-}
-
-uint32_t TemplateRegistry::release()
-{
-    const uint32_t left = references.fetch_sub(1) - 1;
-    if (left == 0) delete this;
-    return left;
-}
-
 tresult TemplateRegistry::registerTemplate(const void* bytes, int32_t size, int32_t* handle)
 {
     if (!bytes || size <= 0 || !handle) return kInvalidArgument;

@@ -4,6 +4,7 @@
 // a LanguageTable and a StringTable, in windows-1252) and gets a handle for taking it back; the
 // host's panels look their texts up here in the user's language.
 
+#include "foundation/frefcounted.h"
 #include "module/hostinterfaces.h"
 
 #include <atomic>
@@ -14,14 +15,14 @@
 
 namespace hostkit
 {
-class TemplateRegistry final : public IHostTemplateRegistry
+class TemplateRegistry final : public IHostTemplateRegistry, public FRefCounted<TemplateRegistry>
 {
 public:
     TemplateRegistry();
 
     tresult queryInterface(const TUID iid, void** obj) override;
-    uint32_t addRef() override;
-    uint32_t release() override;
+    uint32_t addRef() override { return retain(); }
+    uint32_t release() override { return drop(); }
 
     // A table that can't be read is refused with kInvalidArgument and no handle.
     tresult registerTemplate(const void* bytes, int32_t size, int32_t* handle) override;
@@ -38,6 +39,7 @@ public:
 
 private:
     ~TemplateRegistry() = default;
+    friend class FRefCounted<TemplateRegistry>;
 
     struct Table
     {
@@ -47,7 +49,6 @@ private:
         std::map<std::string, std::map<std::string, std::u16string>> strings;
     };
 
-    std::atomic<uint32_t> references{1};
     std::mutex mutex;
     std::vector<Table> tables;
     int32_t nextHandle = 1;

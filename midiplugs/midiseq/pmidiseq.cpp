@@ -61,13 +61,6 @@ const ValueDeclaration kValues[kTagCount] = {
     {"Controller2", ValueDeclaration::Controller, 1, 127, 0},
 };
 
-template <class T> T* queryFace(FUnknown* object)
-{
-    void* out = nullptr;
-    if (!object || object->queryInterface(T::iid, &out) != kResultOk) return nullptr;
-    return static_cast<T*>(out);
-}
-
 template <class T> T* createHostObject(IHostObjectFactory* factory)
 {
     void* out = nullptr;
@@ -481,7 +474,7 @@ tresult PMidiSeq::getClassId(uint8_t* classId)
 // stream only steps over them: this keeps saving a project within a few copies of its bytes.
 namespace
 {
-constexpr size_t kPatternBytes = 780;
+constexpr size_t kPatternBytes = kChunkPatternBytes;
 static_assert(sizeof(PSeqStep) * kSeqStepCount + 12 == kPatternBytes, "the chunk's pattern is the record");
 
 // A native word turned into the word whose bytes in memory are its big-endian form; the same

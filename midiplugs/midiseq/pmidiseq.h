@@ -4,19 +4,13 @@
 // patterns, incoming notes to pattern selection, the host's settings to the two lane
 // controllers, and the editor to all of it.
 
+#include "midiplugs/midiseq/chunkformat.h"
 #include "midiplugs/midiseq/midiseqengine.h"
 #include "plugbase/pmidieffectbase.h"
 
 #include <cstdint>
 
 class PSeqEditorLink;
-
-enum : int32_t
-{
-    kChunkSize = 156140,
-    kChunkMagic = 0x54724D6F, // "TrMo"
-    kChunkVersion = 261,
-};
 
 // The parameters by tag.
 enum PMidiSeqTag : int32_t

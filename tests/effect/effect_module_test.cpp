@@ -4,6 +4,7 @@
 #include "host/kit/hostcontext.h"
 #include "host/kit/hostvalue.h"
 #include "host/kit/moduleloader.h"
+#include "midiplugs/midiseq/chunkformat.h"
 #include "module/effectinterfaces.h"
 #include "module/pluginfactory.h"
 
@@ -42,12 +43,6 @@ std::string scratchSettings(const char* name)
     return path.string();
 }
 
-template <class T> T* face(FUnknown* object)
-{
-    void* out = nullptr;
-    return object->queryInterface(T::iid, &out) == kResultOk ? static_cast<T*>(out) : nullptr;
-}
-
 // One loaded module, one effect and its host.
 class LoadedEffect
 {
@@ -65,8 +60,8 @@ public:
         {
             EXPECT_TRUE(module->initialize(effect, host, error)) << error;
         }
-        controller = face<IGenericPlugController>(effect);
-        chunk = face<IPersistentChunk>(effect);
+        controller = queryFace<IGenericPlugController>(effect);
+        chunk = queryFace<IPersistentChunk>(effect);
     }
     ~LoadedEffect()
     {
@@ -93,7 +88,7 @@ public:
     }
     std::vector<uint8_t> getChunk()
     {
-        std::vector<uint8_t> bytes(156140);
+        std::vector<uint8_t> bytes(kChunkSize);
         int32_t size = 0;
         EXPECT_EQ(chunk->getChunk(bytes.data(), &size), kResultOk);
         return bytes;
@@ -147,7 +142,7 @@ TEST(EffectModuleTest, FactoryRecordsAreExactToTheByte)
     EXPECT_EQ(factory->getClassRecord(1, &cls), kInvalidArgument);
     EXPECT_EQ(factory->getClassRecord(0, nullptr), kInvalidArgument);
 
-    auto* factory3 = face<IPluginFactory3>(factory);
+    auto* factory3 = queryFace<IPluginFactory3>(factory);
     ASSERT_TRUE(factory3);
     PClassRecord2 two;
     std::memset(&two, 0xCC, sizeof two);
@@ -456,7 +451,7 @@ TEST(EffectModuleTest, ChunksRoundTripThroughTheModuleAndRefreshTheParameters)
     LoadedEffect source;
     int32_t size = 0;
     EXPECT_EQ(source.chunk->getChunk(nullptr, &size), kResultOk);
-    EXPECT_EQ(size, 156140);
+    EXPECT_EQ(size, kChunkSize);
     uint8_t classId[16];
     source.chunk->getClassId(classId);
     EXPECT_TRUE(kMidiSeqClassId.equals(classId));
@@ -481,14 +476,14 @@ TEST(EffectModuleTest, ChunksRoundTripThroughTheModuleAndRefreshTheParameters)
     EXPECT_EQ(target.value("Length")->getInt(), 3);
 
     EXPECT_EQ(target.chunk->setChunk(saved.data(), 156139), kResultFalse);
-    EXPECT_EQ(target.chunk->setChunk(nullptr, 156140), kResultFalse);
+    EXPECT_EQ(target.chunk->setChunk(nullptr, kChunkSize), kResultFalse);
     EXPECT_EQ(target.value("Length")->getInt(), 3);
 }
 
 TEST(EffectModuleTest, TemplatesAndResourcesComeFromTheModuleFile)
 {
     LoadedEffect loaded;
-    auto* ui = face<IUIFactory2>(loaded.effect);
+    auto* ui = queryFace<IUIFactory2>(loaded.effect);
     ASSERT_TRUE(ui);
     char outName[64] = "untouched";
     int32_t size = -1;
@@ -509,7 +504,7 @@ TEST(EffectModuleTest, TemplatesAndResourcesComeFromTheModuleFile)
     EXPECT_EQ(ui->getResource("-1", nullptr, &size), kResultFalse);
     EXPECT_EQ(ui->getResource("204", nullptr, &size), kResultFalse);
 
-    auto* builder = face<IViewBuilder>(loaded.effect);
+    auto* builder = queryFace<IViewBuilder>(loaded.effect);
     IPlugView* view = reinterpret_cast<IPlugView*>(&size);
     const PViewRect rect{36, 44, 639, 274};
     EXPECT_EQ(builder->createView("Somewhere", &rect, &view), kResultFalse);

@@ -29,11 +29,6 @@ int count(const std::vector<std::string>& events, const std::string& kind)
                                           { return e.find(kind) != std::string::npos; }));
 }
 
-template <class T> T* face(FUnknown* object)
-{
-    void* out = nullptr;
-    return object->queryInterface(T::iid, &out) == kResultOk ? static_cast<T*>(out) : nullptr;
-}
 } // namespace
 
 TEST(ModuleEndToEnd, DemoRendersToAMidiFileWithItsFourPatterns)
@@ -90,7 +85,7 @@ TEST(ModuleEndToEnd, SettingsDialogAndTranslationsServeTheRealModule)
         EXPECT_EQ(context->registry().translate("Controller Setup", "de"), u"Controller Einstellungen")
             << "the module registered its table";
 
-        IPlugController* controller = face<IPlugController>(effect);
+        IPlugController* controller = queryFace<IPlugController>(effect);
         ASSERT_TRUE(controller);
         IHostValue* lane = nullptr;
         ASSERT_EQ(controller->findValue("Param Select", &lane), kResultOk);
@@ -115,7 +110,7 @@ TEST(ModuleEndToEnd, SettingsDialogAndTranslationsServeTheRealModule)
         project.patterns[0].steps[0].controller1 = 99;
         project.patterns[0].steps[0].controller2 = 98;
         const std::vector<uint8_t> chunk = encodeChunk(project);
-        IPersistentChunk* persistent = face<IPersistentChunk>(effect);
+        IPersistentChunk* persistent = queryFace<IPersistentChunk>(effect);
         ASSERT_TRUE(persistent);
         EXPECT_EQ(persistent->setChunk(chunk.data(), static_cast<int32_t>(chunk.size())), kResultOk);
         effect->reposition(0);
@@ -132,6 +127,17 @@ TEST(ModuleEndToEnd, SettingsDialogAndTranslationsServeTheRealModule)
         persistent->getChunk(back.data(), &size);
         EXPECT_EQ(size, kProjectChunkSize);
         EXPECT_EQ(back, chunk);
+        // And so does the demo, every field of its four patterns: the host's codec and the
+        // module's agree on every byte.
+        Project demo;
+        std::string error;
+        ASSERT_TRUE(
+            loadProjectFile(std::string(TREMOLIN_SOURCE_DIR) + "/examples/demo.tremolin", demo, error))
+            << error;
+        const std::vector<uint8_t> demoChunk = encodeChunk(demo);
+        ASSERT_EQ(persistent->setChunk(demoChunk.data(), kProjectChunkSize), kResultOk);
+        persistent->getChunk(back.data(), &size);
+        EXPECT_EQ(back, demoChunk);
         persistent->release();
         controller->release();
         module->unload();

@@ -237,8 +237,9 @@ bool FThreadWatch::takeBaseline()
 int32_t FThreadWatch::findNewThreads()
 {
     uint32_t now[kMostThreads];
+    // Every id is looked at, even when there are no more threads than in the baseline: threads
+    // of the baseline may have ended meanwhile and hidden the new ones in the count.
     const int32_t count = platform::listProcessThreads(now, kMostThreads);
-    if (count <= baselineCount) return newCount;
     for (int32_t i = 0; i < count && newCount < kMostNewThreads; ++i)
     {
         bool known = false;

@@ -146,8 +146,7 @@ public:
 
     // Lists the process's threads now; false if the platform can't list them.
     bool takeBaseline();
-    // Adds the threads that are not in the baseline to the new ones (nothing if there are not
-    // more threads than in the baseline). Gives the count of new ones.
+    // Adds the threads that are not in the baseline to the new ones. Gives the count of new ones.
     int32_t findNewThreads();
     int32_t getNewThreadCount() const { return newCount; }
     uint32_t getNewThreadId(int32_t index) const;

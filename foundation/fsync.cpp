@@ -50,7 +50,8 @@ FSemaphore::~FSemaphore()
 
 bool FSemaphore::release(int32_t count)
 {
-    return native && platform::releaseSemaphore(native, count);
+    // Some platforms take a count of 0 as a release that does nothing.
+    return native && count > 0 && platform::releaseSemaphore(native, count);
 }
 
 bool FSemaphore::wait(int32_t milliseconds)

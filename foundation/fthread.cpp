@@ -94,9 +94,10 @@ void FThread::start()
 
 void FThread::terminate()
 {
+    // The request comes after the kill, so that where the platform can kill, the thread ends
+    // where it stands and doesn't run on to its own end first.
+    if (handle) platform::killThread(handle);
     stopRequested.store(true);
-    if (!handle) return;
-    platform::killThread(handle);
     platform::closeThread(handle);
     handle = nullptr;
 }

@@ -56,12 +56,12 @@ void destroyEvent(Event* event)
     delete event;
 }
 
+// Waiters are woken with the mutex held: a waiter may delete the object as soon as its wait
+// returns, and it can't return before the mutex is free again.
 bool setEvent(Event* event)
 {
-    {
-        std::lock_guard<std::mutex> held(event->mutex);
-        event->signalled = true;
-    }
+    std::lock_guard<std::mutex> held(event->mutex);
+    event->signalled = true;
     event->changed.notify_all();
     return true;
 }
@@ -75,17 +75,15 @@ bool resetEvent(Event* event)
 
 bool pulseEvent(Event* event)
 {
+    std::lock_guard<std::mutex> held(event->mutex);
+    event->signalled = false;
+    if (event->waiting == 0) return true;
+    if (event->manual)
+        ++event->generation;
+    else if (event->grants < event->waiting)
     {
-        std::lock_guard<std::mutex> held(event->mutex);
-        event->signalled = false;
-        if (event->waiting == 0) return true;
-        if (event->manual)
-            ++event->generation;
-        else if (event->grants < event->waiting)
-        {
-            event->grantGeneration = ++event->generation;
-            ++event->grants;
-        }
+        event->grantGeneration = ++event->generation;
+        ++event->grants;
     }
     event->changed.notify_all();
     return true;
@@ -142,11 +140,9 @@ void destroySemaphore(Semaphore* semaphore)
 
 bool releaseSemaphore(Semaphore* semaphore, int32_t count)
 {
-    {
-        std::lock_guard<std::mutex> held(semaphore->mutex);
-        if (count <= 0 || count > semaphore->maximum - semaphore->count) return false;
-        semaphore->count += count;
-    }
+    std::lock_guard<std::mutex> held(semaphore->mutex);
+    if (count <= 0 || count > semaphore->maximum - semaphore->count) return false;
+    semaphore->count += count;
     semaphore->released.notify_all();
     return true;
 }

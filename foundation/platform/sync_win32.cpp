@@ -1,5 +1,6 @@
 #include "foundation/platform/sync.h"
 
+#include <initializer_list>
 #include <new>
 #include <windows.h>
 

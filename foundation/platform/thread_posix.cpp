@@ -56,8 +56,8 @@ void* trampoline(void* argument)
         std::lock_guard<std::mutex> held(thread->mutex);
         thread->finished = true;
         thread->exitCode = code;
+        thread->changed.notify_all();
     }
-    thread->changed.notify_all();
     letGo(thread);
     return nullptr;
 }
@@ -133,10 +133,8 @@ Thread* createSuspendedThread(ThreadEntry entry, void* argument, uint32_t& threa
 
 void resumeThread(Thread* thread)
 {
-    {
-        std::lock_guard<std::mutex> held(thread->mutex);
-        thread->resumed = true;
-    }
+    std::lock_guard<std::mutex> held(thread->mutex);
+    thread->resumed = true;
     thread->changed.notify_all();
 }
 

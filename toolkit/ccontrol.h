@@ -5,8 +5,6 @@
 
 #include "toolkit/cview.h"
 
-class CControlListener;
-
 namespace Plexel
 {
 class CControl;

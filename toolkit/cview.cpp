@@ -211,11 +211,6 @@ CView* CView::clone() const
     return new (std::nothrow) CView(*this);
 }
 
-int32_t CView::modifierClick(int32_t)
-{
-    return 0;
-}
-
 //------------------------------------------------------------------------------------------------
 // Attributes
 

@@ -141,10 +141,6 @@ public:
     // A copy with one reference for the caller, detached and visible.
     virtual CView* clone() const;
 
-    // What a modifier or right click on a control does before the control sees the press:
-    // non-zero means it was taken. Plain views take none.
-    virtual int32_t modifierClick(int32_t buttons);
-
     // Attributes.
     bool attributeSize(uint32_t id, int32_t& outSize) const;
     bool attribute(uint32_t id, int32_t capacity, void* buffer, int32_t& outSize) const;

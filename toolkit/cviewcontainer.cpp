@@ -1,6 +1,7 @@
 #include "toolkit/cviewcontainer.h"
 
 #include "toolkit/cbitmap.h"
+#include "toolkit/ccontrol.h"
 #include "toolkit/cframe.h"
 
 #include <cstring>
@@ -409,8 +410,12 @@ int32_t CViewContainer::onMouseDown(CPoint& where, const int32_t& buttons)
         CView* child = n->view;
         if (!child->isVisible() || !child->isMouseEnabled() || !child->hitTest(local, buttons)) continue;
         // A right or modifier click on a control may be taken before the control sees it.
-        if (child->isTypeOf("CControl") && (buttons & 0xF8) && child->modifierClick(buttons) != 0)
-            return kMouseHandled;
+        if ((buttons & 0xF8) && child->isTypeOf("CControl"))
+        {
+            auto* control = static_cast<CControl*>(child);
+            CControlListener* listener = control->listener();
+            if (listener && listener->onModifierClick(control, buttons) != 0) return kMouseHandled;
+        }
         int32_t result = child->onMouseDown(local, buttons);
         if (result == kMouseHandled) mouseDownView = child;
         return result;

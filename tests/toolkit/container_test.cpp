@@ -1,3 +1,4 @@
+#include "toolkit/ccontrol.h"
 #include "toolkit_helpers.h"
 
 #include <gtest/gtest.h>
@@ -6,16 +7,22 @@ using namespace toolkit_test;
 
 namespace
 {
-// Answers to the control type test, so that the modifier click path can be seen.
-class FakeControl : public RecordingView
+// A control that logs the presses that reach it, with a listener that may take modifier clicks.
+class PressedControl : public CControl, public CControlListener
 {
 public:
-    using RecordingView::RecordingView;
-    bool isTypeOf(const char* name) const override
+    PressedControl(const CRect& r, std::vector<std::string>* log) : CControl(r, this), log(log) {}
+    void draw(CDrawContext*) override {}
+    CView* clone() const override { return nullptr; }
+    int32_t onMouseDown(CPoint& where, const int32_t& buttons) override
     {
-        return (name && std::string(name) == "CControl") || CView::isTypeOf(name);
+        log->push_back("control down " + std::to_string(where.x) + "," + std::to_string(where.y) + " " +
+                       std::to_string(buttons));
+        return kMouseHandled;
     }
-    int32_t modifierClick(int32_t) override { return listenerTakes; }
+    void onValueChanged(CControl*) override {}
+    int32_t onModifierClick(CControl*, int32_t) override { return listenerTakes; }
+    std::vector<std::string>* log;
     int32_t listenerTakes = 1;
 };
 
@@ -204,7 +211,7 @@ TEST(ContainerTest, AModifierClickTakenByAControlsListenerNeverReachesTheControl
 {
     std::vector<std::string> log;
     CFrame frame(CRect(0, 0, 50, 50), nullptr, nullptr);
-    auto* control = new FakeControl(CRect(0, 0, 20, 20), &log, "control");
+    auto* control = new PressedControl(CRect(0, 0, 20, 20), &log);
     frame.addView(control);
     CPoint p(5, 5);
     EXPECT_EQ(frame.onMouseDown(p, kButtonRight), kMouseHandled);

@@ -1,6 +1,6 @@
 #include "toolkit/cbitmap.h"
 
-#include "toolkit/platform/nativedraw.h"
+#include "toolkit/platform/draw.h"
 
 namespace Plexel
 {

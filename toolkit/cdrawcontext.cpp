@@ -1,7 +1,7 @@
 #include "toolkit/cdrawcontext.h"
 
 #include "toolkit/cframe.h"
-#include "toolkit/platform/nativedraw.h"
+#include "toolkit/platform/draw.h"
 
 #include <utility>
 #include <vector>

@@ -1,8 +1,9 @@
 #include "toolkit/cframe.h"
 
 #include "toolkit/cbitmap.h"
-#include "toolkit/platform/nativeframe.h"
+#include "toolkit/platform/frame.h"
 
+#include <chrono>
 #include <cstring>
 
 namespace Plexel
@@ -369,7 +370,15 @@ void CFrame::doEditorIdle()
 
 uint32_t CFrame::ticks() const
 {
-    return nativeTickCount();
+    using namespace std::chrono;
+    return uint32_t(duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
+}
+
+void CFrame::windowMouseLeave()
+{
+    CPoint where;
+    currentMouseLocation(where);
+    onMouseLeave(where, currentMouseButtons());
 }
 
 int32_t CFrame::knobMode() const

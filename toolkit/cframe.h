@@ -5,6 +5,7 @@
 // exists once per tree (modal view, focus view, the view under the pointer, the editor link).
 
 #include "toolkit/cviewcontainer.h"
+#include "toolkit/platform/frame.h"
 
 namespace Plexel
 {
@@ -53,7 +54,7 @@ enum : int32_t
     kCursorHand,
 };
 
-class CFrame : public CViewContainer
+class CFrame : public CViewContainer, public FrameEvents
 {
 public:
     // With a null parent window the frame exists without a native window: nothing paints and
@@ -123,12 +124,35 @@ public:
     COffscreenContext* backBuffer();
     CView* mouseOverView() const { return mouseOver; }
 
-    // The native window calls these.
-    // Draws rect of the tree onto the native device context.
+    // Draws rect of the tree onto a native device context.
     void paint(PlatformHandle systemContext, const CRect& rect);
-    void windowDestroyed();
 
 private:
+    // What the native window reports.
+    void windowPaint(PlatformHandle systemContext, const CRect& damage) override
+    {
+        paint(systemContext, damage);
+    }
+    int32_t windowMouseDown(CPoint where, int32_t buttons) override { return onMouseDown(where, buttons); }
+    void windowMouseUp(CPoint where, int32_t buttons) override { onMouseUp(where, buttons); }
+    void windowMouseMove(CPoint where, int32_t buttons) override { onMouseMove(where, buttons); }
+    void windowMouseLeave() override;
+    void windowWheel(CPoint where, float distance, int32_t modifiers) override
+    {
+        onWheel(where, distance, modifiers);
+    }
+    void windowDestroyed() override;
+    void windowDragEnter(CDragContainer* drag, CPoint where) override { onDragEnter(drag, where); }
+    void windowDragMove(CDragContainer* drag, CPoint where) override { onDragMove(drag, where); }
+    void windowDragLeave(CDragContainer* drag, CPoint where) override { onDragLeave(drag, where); }
+    void windowDrop(CDragContainer* drag, CPoint where) override { onDrop(drag, where); }
+    CPoint windowPointer() const override
+    {
+        CPoint where;
+        currentMouseLocation(where);
+        return where;
+    }
+
     void leaveMouseOverView(CPoint where, int32_t buttons, bool convert);
 
     PlexelEditorInterface* editorInterface;
@@ -143,18 +167,5 @@ private:
     COffscreenContext* backBufferValue = nullptr;
     bool mouseTracking = false;
 };
-
-//------------------------------------------------------------------------------------------------
-// The toolkit's windows take their events from the process's own connection to the window
-// system, which the host's event loop serves through these two calls.
-
-// A descriptor that becomes readable when events are waiting; -1 when there is no connection.
-int32_t platformEventDescriptor();
-// Dispatches every waiting event to its frame and paints what was damaged, after waiting up to
-// waitMilliseconds for the first one. True if anything was dispatched.
-bool processPlatformEvents(int32_t waitMilliseconds = 0);
-// Paints what was damaged in the toolkit's windows without handling any other event: safe from
-// inside an event handler, such as a long mouse loop.
-void paintPlatformDamage();
 
 } // namespace Plexel

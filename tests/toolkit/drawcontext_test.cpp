@@ -1,4 +1,4 @@
-#include "toolkit/platform/nativedraw.h"
+#include "toolkit/platform/draw.h"
 #include "toolkit_helpers.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // Images as Cairo image surfaces: blank, decoded from the module's resources (PNG, and BMP of
 // 24 and 32 bits), read back by pixel and written as PNG.
 
-#include "toolkit/platform/cairo_native.h"
+#include "toolkit/platform/types_cairo.h"
 
 #include <cstring>
 

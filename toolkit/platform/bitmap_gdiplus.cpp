@@ -2,8 +2,8 @@
 // GDI+ as a stream, or a plain bitmap resource), read back by pixel and written as PNG. Every
 // image is kept as 32-bit ARGB, so that drawing and reading pixels have one format to serve.
 
-#include "toolkit/platform/gdiplus_native.h"
 #include "toolkit/platform/resourcestream_win32.h"
+#include "toolkit/platform/types_gdiplus.h"
 
 #include <cstring>
 #include <vector>

@@ -4,7 +4,7 @@
 
 #include "toolkit/platform/dragdrop_win32.h"
 
-#include "toolkit/cframe.h"
+#include "toolkit/platform/frame.h"
 
 #include <shlobj.h>
 #include <shobjidl.h>
@@ -198,7 +198,7 @@ void reduceEffect(DWORD* effect)
 class CDropTarget : public IDropTarget
 {
 public:
-    explicit CDropTarget(CFrame* frame) : frame(frame) {}
+    explicit CDropTarget(FrameEvents* frame) : frame(frame) {}
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID id, void** out) override
     {
@@ -231,7 +231,7 @@ public:
         }
         endDrag();
         currentDrag = new WinDragContainer(data);
-        frame->onDragEnter(currentDrag, where());
+        frame->windowDragEnter(currentDrag, where());
         reduceEffect(effect);
         return S_OK;
     }
@@ -239,7 +239,7 @@ public:
     {
         if (currentDrag && frame)
         {
-            frame->onDragMove(currentDrag, where());
+            frame->windowDragMove(currentDrag, where());
             reduceEffect(effect);
         }
         return S_OK;
@@ -248,7 +248,7 @@ public:
     {
         if (currentDrag && frame)
         {
-            frame->onDragLeave(currentDrag, where());
+            frame->windowDragLeave(currentDrag, where());
             endDrag();
         }
         return S_OK;
@@ -257,7 +257,7 @@ public:
     {
         if (currentDrag && frame)
         {
-            frame->onDrop(currentDrag, where());
+            frame->windowDrop(currentDrag, where());
             endDrag();
         }
         return S_OK;
@@ -266,19 +266,14 @@ public:
 private:
     virtual ~CDropTarget() = default;
 
-    CPoint where() const
-    {
-        CPoint p;
-        frame->currentMouseLocation(p);
-        return p;
-    }
+    CPoint where() const { return frame->windowPointer(); }
 
     int32_t references = 0;
-    CFrame* frame;
+    FrameEvents* frame;
 };
 } // namespace
 
-IDropTarget* createDropTarget(CFrame* frame)
+IDropTarget* createDropTarget(FrameEvents* frame)
 {
     IDropTarget* target = new CDropTarget(frame);
     target->AddRef();

@@ -12,10 +12,10 @@ namespace Plexel
 {
 
 class CDragContainer;
-class CFrame;
+class FrameEvents;
 
 // The drop target of a frame's window, with one reference for the caller.
-IDropTarget* createDropTarget(CFrame* frame);
+IDropTarget* createDropTarget(FrameEvents* frame);
 // The items of a drag, with one reference for the caller; the data object is not retained and
 // must outlive it.
 CDragContainer* createDragContainer(IDataObject* data);

@@ -2,7 +2,7 @@
 // integer coordinates on exactly one row of pixels, as the Windows half does; Cairo puts pixel
 // centres at half coordinates, so strokes move by half a pixel and fills stay where they are.
 
-#include "toolkit/platform/cairo_native.h"
+#include "toolkit/platform/types_cairo.h"
 
 #include <algorithm>
 #include <cmath>

@@ -6,7 +6,7 @@
 // as on the other platform; so a line one pixel long is one point. Underlines are drawn here
 // from the face's metrics, since not every GDI+ draws the font's own into a bitmap.
 
-#include "toolkit/platform/gdiplus_native.h"
+#include "toolkit/platform/types_gdiplus.h"
 
 #include <algorithm>
 #include <cmath>

@@ -4,10 +4,10 @@
 // reach the pressed view wherever the pointer goes. Painting, double clicks and leave
 // notifications come from the system.
 
-#include "toolkit/cframe.h"
+#include "toolkit/cbase.h"
 #include "toolkit/platform/dragdrop_win32.h"
-#include "toolkit/platform/gdiplus_native.h"
-#include "toolkit/platform/nativeframe.h"
+#include "toolkit/platform/frame.h"
+#include "toolkit/platform/types_gdiplus.h"
 
 #include <ole2.h>
 #include <windowsx.h>
@@ -21,7 +21,7 @@ namespace Plexel
 
 struct FrameWindow
 {
-    CFrame* frame;
+    FrameEvents* frame;
     HWND window;
     bool alive;
     bool cursorKnown;
@@ -116,7 +116,7 @@ void paint(FrameWindow* fw, HWND window)
     if (HDC dc = BeginPaint(window, &ps))
     {
         const RECT& r = ps.rcPaint;
-        fw->frame->paint(dc, CRect(r.left, r.top, r.right, r.bottom));
+        fw->frame->windowPaint(dc, CRect(r.left, r.top, r.right, r.bottom));
     }
     EndPaint(window, &ps);
     DeleteObject(region);
@@ -127,7 +127,7 @@ void press(FrameWindow* fw, HWND window, WPARAM wParam, LPARAM lParam, bool doub
     CPoint where = messagePoint(lParam);
     int32_t buttons = buttonFlags(wParam);
     if (doubleClick) buttons |= kButtonDoubleClick;
-    const int32_t result = fw->frame->onMouseDown(where, buttons);
+    const int32_t result = fw->frame->windowMouseDown(where, buttons);
     // A view may have closed the editor, and the window with it.
     if (result == kMouseHandled && IsWindow(window) && frameWindowOf(window) == fw) SetCapture(window);
 }
@@ -156,7 +156,7 @@ LRESULT CALLBACK windowProc(HWND window, UINT message, WPARAM wParam, LPARAM lPa
     case WM_MOUSEMOVE:
     {
         CPoint where = messagePoint(lParam);
-        fw->frame->onMouseMove(where, buttonFlags(wParam));
+        fw->frame->windowMouseMove(where, buttonFlags(wParam));
         return 0;
     }
     case WM_LBUTTONDOWN:
@@ -177,7 +177,7 @@ LRESULT CALLBACK windowProc(HWND window, UINT message, WPARAM wParam, LPARAM lPa
     case WM_XBUTTONUP:
     {
         CPoint where = messagePoint(lParam);
-        fw->frame->onMouseUp(where, buttonFlags(wParam));
+        fw->frame->windowMouseUp(where, buttonFlags(wParam));
         ReleaseCapture();
         return 0;
     }
@@ -188,14 +188,12 @@ LRESULT CALLBACK windowProc(HWND window, UINT message, WPARAM wParam, LPARAM lPa
         GetWindowRect(window, &r);
         CPoint where{int32_t(LOWORD(lParam)) - r.left, int32_t(HIWORD(lParam)) - r.top};
         const float distance = float(GET_WHEEL_DELTA_WPARAM(wParam) / WHEEL_DELTA);
-        fw->frame->onWheel(where, distance, modifierFlags());
+        fw->frame->windowWheel(where, distance, modifierFlags());
         break;
     }
     case WM_MOUSELEAVE:
     {
-        CPoint where;
-        fw->frame->currentMouseLocation(where);
-        fw->frame->onMouseLeave(where, fw->frame->currentMouseButtons());
+        fw->frame->windowMouseLeave();
         return 0;
     }
     default:
@@ -254,7 +252,7 @@ HWND outerWindowOf(HWND window)
 
 //------------------------------------------------------------------------------------------------
 
-FrameWindow* createFrameWindow(CFrame* frame, PlatformHandle parent, const CRect& rect)
+FrameWindow* createFrameWindow(FrameEvents* frame, PlatformHandle parent, const CRect& rect)
 {
     HWND parentWindow = static_cast<HWND>(parent);
     if (!parentWindow || !IsWindow(parentWindow) || !registerClass()) return nullptr;
@@ -438,11 +436,6 @@ bool frameNeedsBackBuffer()
 {
     static const bool below6 = systemMajorVersion() < 6;
     return below6;
-}
-
-uint32_t nativeTickCount()
-{
-    return GetTickCount();
 }
 
 //------------------------------------------------------------------------------------------------

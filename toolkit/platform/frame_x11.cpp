@@ -3,9 +3,9 @@
 // are gathered into one paint rectangle per window, and a handled press grabs the pointer until
 // the release, so that moves and the release reach the pressed view wherever the pointer goes.
 
-#include "toolkit/cframe.h"
-#include "toolkit/platform/cairo_native.h"
-#include "toolkit/platform/nativeframe.h"
+#include "toolkit/cbase.h"
+#include "toolkit/platform/frame.h"
+#include "toolkit/platform/types_cairo.h"
 
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
@@ -23,7 +23,7 @@ namespace Plexel
 
 struct FrameWindow
 {
-    CFrame* frame;
+    FrameEvents* frame;
     Window window;
     bool alive;
     int32_t width;
@@ -127,7 +127,7 @@ void onButtonPress(FrameWindow* fw, const XButtonEvent& e)
     if (e.button == Button4 || e.button == Button5)
     {
         // One notch per event; buttons held play no part in the wheel.
-        fw->frame->onWheel(where, e.button == Button4 ? 1.f : -1.f, modifierFlags(e.state));
+        fw->frame->windowWheel(where, e.button == Button4 ? 1.f : -1.f, modifierFlags(e.state));
         return;
     }
     const int32_t pressed = flagOfButton(e.button);
@@ -151,7 +151,7 @@ void onButtonPress(FrameWindow* fw, const XButtonEvent& e)
         fw->lastPressY = e.y;
     }
     const Window w = fw->window;
-    const int32_t result = fw->frame->onMouseDown(where, buttons);
+    const int32_t result = fw->frame->windowMouseDown(where, buttons);
     if (result == kMouseHandled && lookup(w))
     {
         XGrabPointer(display, w, False, ButtonPressMask | ButtonReleaseMask | PointerMotionMask,
@@ -166,7 +166,7 @@ void onButtonRelease(FrameWindow* fw, const XButtonEvent& e)
     if (!released) return;
     extraButtonsDown &= ~released;
     CPoint where{e.x, e.y};
-    fw->frame->onMouseUp(where, buttonFlags(e.state) & ~released);
+    fw->frame->windowMouseUp(where, buttonFlags(e.state) & ~released);
     XUngrabPointer(display, e.time);
     XFlush(display);
 }
@@ -201,7 +201,7 @@ void dispatch(XEvent& event)
         {
         }
         CPoint where{event.xmotion.x, event.xmotion.y};
-        fw->frame->onMouseMove(where, buttonFlags(event.xmotion.state));
+        fw->frame->windowMouseMove(where, buttonFlags(event.xmotion.state));
         break;
     }
     case LeaveNotify:
@@ -209,9 +209,7 @@ void dispatch(XEvent& event)
         const XCrossingEvent& e = event.xcrossing;
         // Crossings caused by grabs, and moves into child windows, are no leave.
         if (e.mode != NotifyNormal || e.detail == NotifyInferior) break;
-        CPoint where;
-        fw->frame->currentMouseLocation(where);
-        fw->frame->onMouseLeave(where, fw->frame->currentMouseButtons());
+        fw->frame->windowMouseLeave();
         break;
     }
     case ConfigureNotify:
@@ -244,7 +242,7 @@ void paintDamage(FrameWindow* fw)
     cairo_clip(cr);
     // Draw into a group and put it on the window at once, so that a repaint never flickers.
     cairo_push_group(cr);
-    fw->frame->paint(cr, rect);
+    fw->frame->windowPaint(cr, rect);
     cairo_pop_group_to_source(cr);
     cairo_set_operator(cr, CAIRO_OPERATOR_SOURCE);
     cairo_paint(cr);
@@ -310,7 +308,7 @@ Window outerWindowOf(Window w)
 
 //------------------------------------------------------------------------------------------------
 
-FrameWindow* createFrameWindow(CFrame* frame, PlatformHandle parent, const CRect& rect)
+FrameWindow* createFrameWindow(FrameEvents* frame, PlatformHandle parent, const CRect& rect)
 {
     if (!connection() || !parent) return nullptr;
     const Window parentWindow = Window(reinterpret_cast<uintptr_t>(parent));
@@ -473,12 +471,6 @@ void setFrameDropTarget(FrameWindow*, bool)
 bool frameNeedsBackBuffer()
 {
     return false; // each repaint is drawn into a group first
-}
-
-uint32_t nativeTickCount()
-{
-    using namespace std::chrono;
-    return uint32_t(duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
 }
 
 cairo_surface_t* createWindowSurface(PlatformHandle handle)

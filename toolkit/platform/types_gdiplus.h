@@ -2,7 +2,7 @@
 
 // Shared between the GDI+ halves of drawing and images and the Win32 half of the frame.
 
-#include "toolkit/platform/nativedraw.h"
+#include "toolkit/platform/draw.h"
 
 #ifndef NOMINMAX
 #define NOMINMAX

@@ -2,7 +2,7 @@
 
 // Shared between the Cairo halves of drawing and images and the X11 half of the frame.
 
-#include "toolkit/platform/nativedraw.h"
+#include "toolkit/platform/draw.h"
 
 #include <cairo.h>
 

@@ -1,3 +1,5 @@
+// ConstString: comparing, finding, testing and copying out text of either width.
+
 #include "foundation/fstringdetail.h"
 #include "foundation/textcodec.h"
 
@@ -22,9 +24,6 @@ template <class C> uint32_t hashText(const C* text, uint32_t modulus)
     return h;
 }
 } // namespace
-
-// ---------------------------------------------------------------------------------------------
-// ConstString
 
 ConstString::ConstString(const char* text)
     : buffer(const_cast<char*>(text)), length(scanLength(text)), isWide(0)

@@ -1,3 +1,6 @@
+// String's storage: making, assigning, moving, converting between widths and splicing text; and
+// the table of widened literals.
+
 #include "foundation/fstring.h"
 #include "foundation/fstringdetail.h"
 
@@ -5,9 +8,6 @@
 #include <utility>
 
 using namespace fstringdetail;
-
-// ---------------------------------------------------------------------------------------------
-// String
 
 String::String()
 {

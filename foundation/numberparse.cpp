@@ -1,3 +1,6 @@
+// Numbers read out of strings, as the C library's scanning formats would read them but without
+// the process's locale.
+
 #include "foundation/fstringdetail.h"
 
 #include <charconv>

@@ -1,3 +1,6 @@
+// String's edits by character set and class, case and composition, printing of numbers and
+// exchange through attributes.
+
 #include "foundation/fstringdetail.h"
 #include "foundation/textcodec.h"
 

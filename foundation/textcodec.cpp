@@ -28,35 +28,6 @@ char toWindows1252(char16_t u)
     return '?';
 }
 
-// Writes one code point as UTF-16 if `out` is not null; gives the units it takes.
-int64_t putUtf16(char32_t cp, char16_t* out)
-{
-    if (cp < 0x10000)
-    {
-        if (out) out[0] = static_cast<char16_t>(cp);
-        return 1;
-    }
-    if (out)
-    {
-        out[0] = static_cast<char16_t>(0xD800 + ((cp - 0x10000) >> 10));
-        out[1] = static_cast<char16_t>(0xDC00 + ((cp - 0x10000) & 0x3FF));
-    }
-    return 2;
-}
-
-// The code point at in[i] and the units it takes; a lone surrogate comes back as itself.
-char32_t utf16At(const char16_t* in, size_t count, size_t i, size_t& length)
-{
-    const char16_t u = in[i];
-    length = 1;
-    if (u >= 0xD800 && u < 0xDC00 && i + 1 < count && in[i + 1] >= 0xDC00 && in[i + 1] < 0xE000)
-    {
-        length = 2;
-        return 0x10000 + ((u - 0xD800u) << 10) + (in[i + 1] - 0xDC00u);
-    }
-    return u;
-}
-
 bool isSurrogate(char32_t cp)
 {
     return cp >= 0xD800 && cp < 0xE000;
@@ -130,6 +101,30 @@ void encodeUtf8(char32_t cp, char* out)
     out[0] = static_cast<char>(lead[n] | cp);
 }
 
+char32_t decodeUtf16(const char16_t* in, size_t count, size_t i, size_t& length)
+{
+    const char16_t u = in[i];
+    length = 1;
+    if (u >= 0xD800 && u < 0xDC00 && i + 1 < count && in[i + 1] >= 0xDC00 && in[i + 1] < 0xE000)
+    {
+        length = 2;
+        return 0x10000 + ((u - 0xD800u) << 10) + (in[i + 1] - 0xDC00u);
+    }
+    return u;
+}
+
+uint32_t encodeUtf16(char32_t cp, char16_t* out)
+{
+    if (cp < 0x10000)
+    {
+        out[0] = static_cast<char16_t>(cp);
+        return 1;
+    }
+    out[0] = static_cast<char16_t>(0xD800 + ((cp - 0x10000) >> 10));
+    out[1] = static_cast<char16_t>(0xDC00 + ((cp - 0x10000) & 0x3FF));
+    return 2;
+}
+
 bool isKnownCodePage(uint32_t codePage)
 {
     return codePage == kDefaultCodePage || codePage == kUtf8 || codePage == kWindows1252 ||
@@ -160,7 +155,12 @@ int64_t decode(uint32_t codePage, const char* in, size_t count, char16_t* out)
             else if (codePage == kAscii)
                 return -1;
         }
-        n += putUtf16(cp, out ? out + n : nullptr);
+        char16_t units[2];
+        const uint32_t written = encodeUtf16(cp, units);
+        if (out)
+            for (uint32_t k = 0; k < written; ++k)
+                out[n + k] = units[k];
+        n += written;
         i += length;
     }
     return n;
@@ -176,7 +176,7 @@ int64_t encode(uint32_t codePage, const char16_t* in, size_t count, char* out)
         if (utf8)
         {
             size_t length = 1;
-            const char32_t cp = utf16At(in, count, i, length);
+            const char32_t cp = decodeUtf16(in, count, i, length);
             if (isSurrogate(cp)) return -1;
             if (out) encodeUtf8(cp, out + n);
             n += utf8Length(cp);
@@ -205,7 +205,7 @@ std::u16string utf8ToUtf16(std::string_view text)
     {
         const Utf8Sequence s = decodeUtf8(text.data(), text.size(), i);
         const char32_t cp = s.codePoint < 0 ? kReplacement : static_cast<char32_t>(s.codePoint);
-        out.append(units, static_cast<size_t>(putUtf16(cp, units)));
+        out.append(units, encodeUtf16(cp, units));
         i += s.length;
     }
     return out;
@@ -219,7 +219,7 @@ std::string utf16ToUtf8(std::u16string_view text)
     for (size_t i = 0; i < text.size();)
     {
         size_t length = 1;
-        char32_t cp = utf16At(text.data(), text.size(), i, length);
+        char32_t cp = decodeUtf16(text.data(), text.size(), i, length);
         if (isSurrogate(cp)) cp = kReplacement;
         encodeUtf8(cp, bytes);
         out.append(bytes, utf8Length(cp));

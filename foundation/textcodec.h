@@ -43,6 +43,12 @@ uint32_t utf8Length(char32_t codePoint);
 // Writes utf8Length(codePoint) bytes.
 void encodeUtf8(char32_t codePoint, char* out);
 
+// The character at in[i], i < count, and the units it takes; a lone surrogate comes back as
+// itself, for the caller to judge.
+char32_t decodeUtf16(const char16_t* in, size_t count, size_t i, size_t& length);
+// Writes one or two units; gives how many.
+uint32_t encodeUtf16(char32_t codePoint, char16_t* out);
+
 bool isKnownCodePage(uint32_t codePage);
 
 // 8-bit text of a code page to UTF-16, or only the count with a null `out`. Gives the number of

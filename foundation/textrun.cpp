@@ -1,3 +1,6 @@
+// Text of either width as the string operations see it: characters read across both widths,
+// private copies converted for one operation, and the runs that comparing and finding walk.
+
 #include "foundation/fstringdetail.h"
 #include "foundation/textcodec.h"
 
@@ -11,15 +14,10 @@ uint32_t charAt(const void* text, uint32_t count, bool wide, uint32_t i, uint32_
 {
     if (wide)
     {
-        const char16_t* s = static_cast<const char16_t*>(text);
-        const char16_t u = s[i];
-        len = 1;
-        if (u >= 0xD800 && u < 0xDC00 && i + 1 < count && s[i + 1] >= 0xDC00 && s[i + 1] < 0xE000)
-        {
-            len = 2;
-            return 0x10000 + ((u - 0xD800u) << 10) + (s[i + 1] - 0xDC00u);
-        }
-        return u;
+        size_t units = 1;
+        const char32_t cp = codec::decodeUtf16(static_cast<const char16_t*>(text), count, i, units);
+        len = static_cast<uint32_t>(units);
+        return cp;
     }
     const char* s = static_cast<const char*>(text);
     const codec::Utf8Sequence sequence = codec::decodeUtf8(s, count, i);
@@ -74,14 +72,7 @@ char16_t* widenLeniently(const char* in, uint32_t count, uint32_t& outCount)
     for (uint32_t i = 0; i < count;)
     {
         uint32_t len = 1;
-        const uint32_t cp = charAt(in, count, false, i, len);
-        if (cp >= 0x10000)
-        {
-            out[k++] = static_cast<char16_t>(0xD800 + ((cp - 0x10000) >> 10));
-            out[k++] = static_cast<char16_t>(0xDC00 + ((cp - 0x10000) & 0x3FF));
-        }
-        else
-            out[k++] = static_cast<char16_t>(cp);
+        k += codec::encodeUtf16(charAt(in, count, false, i, len), out + k);
         i += len;
     }
     out[k] = 0;

@@ -4,7 +4,6 @@
 
 namespace fstringdetail
 {
-// ---------------------------------------------------------------------------------------------
 // Character tables. Simple one-to-one case mappings are stored as runs: every `stride`-th code
 // point from `first` to `last` maps to itself plus `delta`.
 

@@ -1,11 +1,10 @@
+// Variant: a number, a text of either width or a counted object, with or without ownership.
+
 #include "foundation/fstringdetail.h"
 
 #include <cstring>
 
 using namespace fstringdetail;
-
-// ---------------------------------------------------------------------------------------------
-// Variant
 
 namespace
 {

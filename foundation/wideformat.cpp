@@ -1,4 +1,5 @@
 #include "foundation/fstringdetail.h"
+#include "foundation/textcodec.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -9,7 +10,6 @@ using namespace fstringdetail;
 
 namespace
 {
-// ---------------------------------------------------------------------------------------------
 // Formatting with a 16-bit format. The numbers are formatted by the C library from a narrow
 // copy of each conversion; text and characters are handled here because the library has no
 // 16-bit formatting that is the same on both platforms.
@@ -83,18 +83,11 @@ void putArgumentText(WideSink& sink, const void* text, bool wide, uint32_t units
     for (uint32_t i = 0; i < size && n < units;)
     {
         uint32_t len = 1;
-        const uint32_t cp = charAt(text, size, wide, i, len);
-        if (cp >= 0x10000)
-        {
-            sink.put(0xD800 + ((cp - 0x10000) >> 10));
-            sink.put(0xDC00 + ((cp - 0x10000) & 0x3FF));
-            n += 2;
-        }
-        else
-        {
-            sink.put(cp);
-            ++n;
-        }
+        char16_t pair[2];
+        const uint32_t written = foundation::text::encodeUtf16(charAt(text, size, wide, i, len), pair);
+        for (uint32_t k = 0; k < written; ++k)
+            sink.put(pair[k]);
+        n += written;
         i += len;
     }
 }

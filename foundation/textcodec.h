@@ -32,7 +32,8 @@ struct Utf8Sequence
     // The character, or -1 if the bytes do not form one.
     int32_t codePoint;
     // Bytes taken. For an invalid sequence, the longest start of a valid one found there (at
-    // least 1), so that a truncated character becomes one replacement, not one per byte.
+    // least 1), so that a truncated character becomes one replacement, not one per byte, as
+    // Unicode recommends.
     uint32_t length;
 };
 

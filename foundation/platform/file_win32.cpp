@@ -1,5 +1,7 @@
 #include "foundation/platform/file.h"
+#include "foundation/textcodec.h"
 
+#include <cstring>
 #include <new>
 #include <string>
 #include <windows.h>
@@ -20,14 +22,12 @@ constexpr int64_t kLargestPiece = int64_t(1) << 30;
 std::u16string widen(const char* path)
 {
     std::u16string wide;
-    if (!path || !path[0]) return wide;
-    const int length = MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, path, -1, nullptr, 0);
-    if (length <= 1) return wide;
+    if (!path) return wide;
+    const size_t bytes = std::strlen(path);
+    const int64_t length = text::decode(text::kUtf8, path, bytes, nullptr);
+    if (length <= 0) return wide;
     wide.resize(size_t(length));
-    if (MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, path, -1, reinterpret_cast<LPWSTR>(wide.data()),
-                            length) != length)
-        return std::u16string();
-    wide.resize(size_t(length - 1));
+    text::decode(text::kUtf8, path, bytes, wide.data());
     return wide;
 }
 

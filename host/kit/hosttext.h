@@ -1,7 +1,10 @@
 #pragma once
 
 // Text conversions the host needs at its edges: the module speaks 8-bit names and 16-bit display
-// texts, files are UTF-8, and the translation table comes in windows-1252.
+// texts, files are UTF-8, and the translation table comes in windows-1252. The encodings
+// themselves are foundation's, so that the host reads a byte as the module's strings do.
+
+#include "foundation/textcodec.h"
 
 #include <cstdint>
 #include <optional>
@@ -10,10 +13,9 @@
 
 namespace hostkit
 {
-std::u16string utf8ToUtf16(std::string_view text);
-std::string utf16ToUtf8(std::u16string_view text);
-// Bytes of the windows-1252 code page as 16-bit text.
-std::u16string cp1252ToUtf16(std::string_view bytes);
+using foundation::text::cp1252ToUtf16;
+using foundation::text::utf16ToUtf8;
+using foundation::text::utf8ToUtf16;
 
 // Copies `text` into a module's buffer of `capacity` characters, always terminated.
 void copyToBuffer(std::u16string_view text, char16_t* buffer, int32_t capacity);

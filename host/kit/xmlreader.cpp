@@ -1,6 +1,6 @@
 #include "host/kit/xmlreader.h"
 
-#include "host/kit/hosttext.h"
+#include "foundation/textcodec.h"
 
 #include <cctype>
 
@@ -194,15 +194,10 @@ private:
                     code = code * (hex ? 16 : 10) + static_cast<char32_t>(digit);
                 }
                 if (code == 0 || code > 0x10FFFF) return false;
-                std::u16string wide;
-                if (code >= 0x10000)
-                {
-                    wide.push_back(static_cast<char16_t>(0xD800 + ((code - 0x10000) >> 10)));
-                    wide.push_back(static_cast<char16_t>(0xDC00 + ((code - 0x10000) & 0x3FF)));
-                }
-                else
-                    wide.push_back(static_cast<char16_t>(code));
-                out += utf16ToUtf8(wide);
+                if (code >= 0xD800 && code < 0xE000) code = foundation::text::kReplacement; // no character
+                char bytes[4];
+                foundation::text::encodeUtf8(code, bytes);
+                out.append(bytes, foundation::text::utf8Length(code));
             }
             else
                 return false;

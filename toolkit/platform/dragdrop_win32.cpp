@@ -4,6 +4,7 @@
 
 #include "toolkit/platform/dragdrop_win32.h"
 
+#include "foundation/textcodec.h"
 #include "toolkit/platform/frame.h"
 
 #include <shlobj.h>
@@ -11,6 +12,7 @@
 #include <windows.h>
 
 #include <string>
+#include <string_view>
 
 namespace Plexel
 {
@@ -29,12 +31,9 @@ FORMATETC fileFormat()
 
 std::string narrow(const wchar_t* text, size_t length)
 {
-    if (length == 0) return {};
-    const int bytes = WideCharToMultiByte(CP_UTF8, 0, text, int(length), nullptr, 0, nullptr, nullptr);
-    if (bytes <= 0) return {};
-    std::string out(size_t(bytes), '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text, int(length), out.data(), bytes, nullptr, nullptr);
-    return out;
+    static_assert(sizeof(wchar_t) == sizeof(char16_t), "the Windows calls take UTF-16");
+    return foundation::text::utf16ToUtf8(
+        std::u16string_view(reinterpret_cast<const char16_t*>(text), length));
 }
 
 bool isShellLink(const wchar_t* path)

@@ -6,11 +6,13 @@
 // as on the other platform; so a line one pixel long is one point. Underlines are drawn here
 // from the face's metrics, since not every GDI+ draws the font's own into a bitmap.
 
+#include "foundation/textcodec.h"
 #include "toolkit/platform/types_gdiplus.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 #include <vector>
 
 namespace Plexel
@@ -272,12 +274,13 @@ private:
 bool widen(const char* utf8, std::wstring& out)
 {
     out.clear();
-    if (!utf8 || !*utf8) return utf8 != nullptr;
-    const int length = MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, utf8, -1, nullptr, 0);
-    if (length <= 0) return false;
+    if (!utf8) return false;
+    static_assert(sizeof(wchar_t) == sizeof(char16_t), "the Windows calls take UTF-16");
+    const size_t bytes = std::strlen(utf8);
+    const int64_t length = foundation::text::decode(foundation::text::kUtf8, utf8, bytes, nullptr);
+    if (length < 0) return false;
     out.resize(size_t(length));
-    MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, utf8, -1, out.data(), length);
-    out.resize(size_t(length - 1)); // without the terminator
+    foundation::text::decode(foundation::text::kUtf8, utf8, bytes, reinterpret_cast<char16_t*>(out.data()));
     return true;
 }
 

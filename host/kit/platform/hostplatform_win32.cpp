@@ -1,3 +1,4 @@
+#include "foundation/textcodec.h"
 #include "host/kit/platform/hostplatform.h"
 #include "host/kit/platform/widetext_win32.h"
 
@@ -30,24 +31,18 @@ std::string systemError(DWORD code)
 }
 } // namespace
 
+static_assert(sizeof(wchar_t) == sizeof(char16_t), "the Windows calls take UTF-16");
+
 std::wstring widen(const std::string& text)
 {
-    if (text.empty()) return {};
-    const int count = MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0);
-    std::wstring wide(static_cast<size_t>(count), L'\0');
-    MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), wide.data(), count);
-    return wide;
+    const std::u16string wide = foundation::text::utf8ToUtf16(text);
+    return std::wstring(wide.begin(), wide.end());
 }
 
 std::string narrow(const std::wstring& text)
 {
-    if (text.empty()) return {};
-    const int count = WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0,
-                                          nullptr, nullptr);
-    std::string out(static_cast<size_t>(count), '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), out.data(), count, nullptr,
-                        nullptr);
-    return out;
+    return foundation::text::utf16ToUtf8(
+        std::u16string_view(reinterpret_cast<const char16_t*>(text.data()), text.size()));
 }
 
 struct Library

@@ -1,6 +1,7 @@
 // Tremolin.dll as Windows and a host see it: the resource section through the system's resource
 // calls and through the effect, the version block through the version API, and the manifest.
 
+#include "foundation/textcodec.h"
 #include "host/kit/moduleloader.h"
 #include "module/effectinterfaces.h"
 #include "module/pluginfactory.h"
@@ -38,10 +39,8 @@ constexpr size_t kBitmapFileHeader = 14;
 
 std::wstring widen(const std::string& text)
 {
-    const int count = MultiByteToWideChar(CP_UTF8, 0, text.data(), int(text.size()), nullptr, 0);
-    std::wstring wide(size_t(count), L'\0');
-    MultiByteToWideChar(CP_UTF8, 0, text.data(), int(text.size()), wide.data(), count);
-    return wide;
+    const std::u16string wide = foundation::text::utf8ToUtf16(text);
+    return std::wstring(wide.begin(), wide.end());
 }
 
 std::string fileBytes(const std::string& name)

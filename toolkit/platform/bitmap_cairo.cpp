@@ -1,6 +1,7 @@
 // Images as Cairo image surfaces: blank, decoded from the module's resources (PNG, and BMP of
 // 24 and 32 bits), read back by pixel and written as PNG.
 
+#include "toolkit/bmpfile.h"
 #include "toolkit/platform/types_cairo.h"
 
 #include <cstring>
@@ -18,16 +19,6 @@ NativeImage* wrap(cairo_surface_t* surface)
         return nullptr;
     }
     return new NativeImage{surface};
-}
-
-uint32_t readLe32(const unsigned char* p)
-{
-    return uint32_t(p[0]) | (uint32_t(p[1]) << 8) | (uint32_t(p[2]) << 16) | (uint32_t(p[3]) << 24);
-}
-
-uint16_t readLe16(const unsigned char* p)
-{
-    return uint16_t(p[0] | (p[1] << 8));
 }
 
 struct ByteReader
@@ -72,46 +63,13 @@ NativeImage* decodePng(const unsigned char* data, uint32_t size)
     return asArgb(cairo_image_surface_create_from_png_stream(readBytes, &reader));
 }
 
-// A device-independent bitmap: the info header and the pixels, with or without the file header
-// in front. Uncompressed 24 and 32 bits per pixel, bottom-up or top-down. A plain bitmap has no
-// alpha channel, so 32-bit pixels come out opaque too.
+// A plain bitmap has no alpha channel, so 32-bit pixels come out opaque too.
 NativeImage* decodeBmp(const unsigned char* data, uint32_t size)
 {
-    uint32_t headerAt = 0;
-    uint32_t pixelsAt = 0;
-    bool fileHeader = size >= 2 && data[0] == 'B' && data[1] == 'M';
-    if (fileHeader)
-    {
-        if (size < 14 + 40) return nullptr;
-        pixelsAt = readLe32(data + 10);
-        headerAt = 14;
-    }
-    if (size < headerAt + 40) return nullptr;
-    const unsigned char* h = data + headerAt;
-    const uint32_t headerSize = readLe32(h);
-    if (headerSize < 40 || headerSize > size - headerAt) return nullptr;
-    const int32_t width = int32_t(readLe32(h + 4));
-    const int32_t rawHeight = int32_t(readLe32(h + 8));
-    const uint16_t bits = readLe16(h + 14);
-    const uint32_t compression = readLe32(h + 16);
-    const uint32_t colorsUsed = readLe32(h + 32);
-    if (width <= 0 || rawHeight == 0 || rawHeight == INT32_MIN || width > 32768 || (bits != 24 && bits != 32))
-        return nullptr;
-    // Uncompressed, or 32-bit with bit fields, which are taken to be the usual BGRX layout.
-    if (!(compression == 0 || (compression == 3 && bits == 32))) return nullptr;
-    const bool bottomUp = rawHeight > 0;
-    const int32_t height = bottomUp ? rawHeight : -rawHeight;
-    if (height > 32768) return nullptr;
-    if (!fileHeader)
-    {
-        uint64_t at = uint64_t(headerSize) + uint64_t(colorsUsed) * 4u;
-        if (compression == 3 && headerSize == 40) at += 12; // the three colour masks follow the header
-        if (at > size) return nullptr;
-        pixelsAt = uint32_t(at);
-    }
-    const uint64_t stride = ((uint64_t(width) * bits + 31) / 32) * 4;
-    if (uint64_t(pixelsAt) + stride * uint64_t(height) > size) return nullptr;
-
+    const BmpLayout bmp = readBmpLayout(data, size);
+    if (!bmp.valid()) return nullptr;
+    const int32_t width = bmp.width;
+    const int32_t height = bmp.height;
     cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height);
     if (cairo_surface_status(surface) != CAIRO_STATUS_SUCCESS)
     {
@@ -121,10 +79,10 @@ NativeImage* decodeBmp(const unsigned char* data, uint32_t size)
     cairo_surface_flush(surface);
     unsigned char* out = cairo_image_surface_get_data(surface);
     const int outStride = cairo_image_surface_get_stride(surface);
-    const int bytesPerPixel = bits / 8;
+    const int bytesPerPixel = bmp.bits / 8;
     for (int32_t y = 0; y < height; ++y)
     {
-        const unsigned char* row = data + pixelsAt + stride * uint64_t(bottomUp ? height - 1 - y : y);
+        const unsigned char* row = bmp.row(y);
         auto* target = reinterpret_cast<uint32_t*>(out + y * outStride);
         for (int32_t x = 0; x < width; ++x)
         {

@@ -2,6 +2,7 @@
 // GDI+ as a stream, or a plain bitmap resource), read back by pixel and written as PNG. Every
 // image is kept as 32-bit ARGB, so that drawing and reading pixels have one format to serve.
 
+#include "toolkit/bmpfile.h"
 #include "toolkit/platform/resourcestream_win32.h"
 #include "toolkit/platform/types_gdiplus.h"
 
@@ -32,55 +33,15 @@ NativeImage* adopt(GpBitmap* decoded)
     return new NativeImage{copy, int32_t(width), int32_t(height)};
 }
 
-uint32_t readLe32(const unsigned char* p)
-{
-    return uint32_t(p[0]) | (uint32_t(p[1]) << 8) | (uint32_t(p[2]) << 16) | (uint32_t(p[3]) << 24);
-}
-
-uint16_t readLe16(const unsigned char* p)
-{
-    return uint16_t(p[0] | (p[1] << 8));
-}
-
-// A device-independent bitmap as a bitmap resource holds it: the info header and the pixels,
-// here also with a file header in front. GDI+ trusts the header's sizes, so they are checked
-// against the bytes first. Uncompressed 24 and 32 bits per pixel, or 32 with bit fields.
+// A device-independent bitmap as a bitmap resource holds it, here also with a file header in
+// front. GDI+ trusts the header's sizes; readBmpLayout has checked them against the bytes.
 NativeImage* decodeDib(const unsigned char* data, uint32_t size)
 {
-    uint32_t headerAt = 0;
-    uint32_t pixelsAt = 0;
-    const bool fileHeader = size >= 2 && data[0] == 'B' && data[1] == 'M';
-    if (fileHeader)
-    {
-        if (size < 14 + 40) return nullptr;
-        pixelsAt = readLe32(data + 10);
-        headerAt = 14;
-    }
-    if (size < headerAt + 40) return nullptr;
-    const unsigned char* h = data + headerAt;
-    const uint32_t headerSize = readLe32(h);
-    if (headerSize < 40 || headerSize > size - headerAt) return nullptr;
-    const int32_t width = int32_t(readLe32(h + 4));
-    const int32_t rawHeight = int32_t(readLe32(h + 8));
-    const uint16_t bits = readLe16(h + 14);
-    const uint32_t compression = readLe32(h + 16);
-    const uint32_t colorsUsed = readLe32(h + 32);
-    if (width <= 0 || width > 32768 || rawHeight == 0 || rawHeight < -32768 || rawHeight > 32768 ||
-        (bits != 24 && bits != 32))
-        return nullptr;
-    if (!(compression == BI_RGB || (compression == BI_BITFIELDS && bits == 32))) return nullptr;
-    const uint64_t height = uint64_t(rawHeight < 0 ? -int64_t(rawHeight) : int64_t(rawHeight));
-    uint64_t infoSize = uint64_t(headerSize) + uint64_t(colorsUsed) * 4u;
-    if (compression == BI_BITFIELDS && headerSize == 40)
-        infoSize += 12; // the three colour masks follow the header
-    if (headerAt + infoSize > size) return nullptr;
-    if (!fileHeader) pixelsAt = uint32_t(infoSize);
-    const uint64_t stride = ((uint64_t(width) * bits + 31) / 32) * 4;
-    if (uint64_t(pixelsAt) + stride * height > size) return nullptr;
-
+    const BmpLayout bmp = readBmpLayout(data, size);
+    if (!bmp.valid()) return nullptr;
     // The resource's bytes may sit at any address; GDI+ gets aligned copies of header and pixels.
-    std::vector<unsigned char> info(h, h + infoSize);
-    std::vector<unsigned char> pixels(data + pixelsAt, data + pixelsAt + stride * height);
+    std::vector<unsigned char> info(bmp.info, bmp.info + bmp.infoSize);
+    std::vector<unsigned char> pixels(bmp.pixels, bmp.pixels + uint64_t(bmp.stride) * uint64_t(bmp.height));
     GpBitmap* decoded = nullptr;
     if (GdipCreateBitmapFromGdiDib(reinterpret_cast<const BITMAPINFO*>(info.data()), pixels.data(),
                                    &decoded) != Ok)

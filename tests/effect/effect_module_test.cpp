@@ -103,6 +103,18 @@ public:
     {
         return field(getChunk(), 8 + kChunkPatternBytes * size_t(pattern) + offset);
     }
+    // The controller number on which step 0 of pattern 1 plays a value of its first lane.
+    int32_t controllerPlayed()
+    {
+        std::vector<uint8_t> bytes = getChunk();
+        bytes[8 + 12 + 3] = 5;
+        EXPECT_EQ(chunk->setChunk(bytes.data(), int32_t(bytes.size())), kResultOk);
+        host->track().clearEvents();
+        effect->reposition(0);
+        effect->processRange(0, 120);
+        const std::vector<TrackEvent> events = host->track().events();
+        return events.size() == 1 ? events[0].data1 : -1;
+    }
     void noteOn(int32_t note, int32_t velocity = 100)
     {
         HostMidiEvent* event = host->track().makeIncoming(0x90, note, velocity, 0);
@@ -304,11 +316,11 @@ TEST(EffectModuleTest, ParametersDriveThePatternAndTriggersActOnlyWhenSet)
     const std::vector<uint8_t> after = loaded.getChunk();
     for (int32_t s = 0; s < 4; ++s)
     {
-        const int32_t note = loaded.field(after, 8 + 24 * size_t(s));
+        const int32_t note = loaded.field(after, 8 + kChunkStepBytes * size_t(s));
         EXPECT_GE(note, 24);
         EXPECT_LE(note, 108);
     }
-    EXPECT_EQ(loaded.field(after, 8 + 24 * 4), -1);
+    EXPECT_EQ(loaded.field(after, 8 + kChunkStepBytes * 4), -1);
     const int32_t first = loaded.field(after, 8);
 
     // Going back to 0 does nothing; a trigger acts again only when set.
@@ -351,20 +363,6 @@ TEST(EffectModuleTest, ParametersDriveThePatternAndTriggersActOnlyWhenSet)
         notes += e.isNoteOn();
     EXPECT_EQ(notes, 4);
     EXPECT_EQ(track.faults(), 0);
-
-    // Controller1 and Controller2 changes never reach the effect directly.
-    loaded.value("Controller1")->setInt(10);
-    loaded.value("Pattern Select")->setInt(1);
-    loaded.value("Clear")->setInt(1);
-    loaded.value("Clear")->setInt(0);
-    track.clearEvents();
-    std::vector<uint8_t> bytes = loaded.getChunk();
-    bytes[8 + 12 + 3] = 5; // controller 1 of step 0
-    ASSERT_EQ(loaded.chunk->setChunk(bytes.data(), int32_t(bytes.size())), kResultOk);
-    loaded.effect->reposition(0);
-    loaded.effect->processRange(0, 120);
-    ASSERT_EQ(track.events().size(), 1u);
-    EXPECT_EQ(track.events()[0].data1, 71);
 }
 
 TEST(EffectModuleTest, IncomingNoteOnsSelectPatternsAndAreSwallowed)
@@ -394,28 +392,23 @@ TEST(EffectModuleTest, IncomingNoteOnsSelectPatternsAndAreSwallowed)
     EXPECT_EQ(select->getInt(), 25);
     EXPECT_TRUE(loaded.host->track().events().empty()) << "nothing is passed on";
     EXPECT_EQ(loaded.patternField(0, 768), 8);
-    EXPECT_EQ(loaded.field(loaded.getChunk(), 156008), 24);
+    EXPECT_EQ(loaded.field(loaded.getChunk(), 8 + kChunkPatternCount * kChunkPatternBytes), 24);
 }
 
-// An accepted setup, its names in the lanes and its numbers in the settings are played through
-// the stand-in host end to end; what a refusal leaves is seen only here.
-TEST(EffectModuleTest, ARefusedControllerSetupKeepsTheNumbers)
+// The lanes play other controllers only after an accepted setup: not when the host moves the
+// values, nor when the user refuses the dialog. An accepted setup, its names in the lanes and its
+// numbers in the settings are played through the stand-in host end to end.
+TEST(EffectModuleTest, ControllerNumbersChangeOnlyThroughAnAcceptedSetup)
 {
     LoadedEffect loaded;
+    loaded.value("Controller1")->setInt(10);
+    EXPECT_EQ(loaded.controllerPlayed(), 71);
+
     loaded.host->dialogs().setScript({{{"Controller1", 1}, {"Controller2", 7}}, false});
     loaded.value("Config")->setInt(1);
-    loaded.value("Config")->setInt(0);
     ASSERT_EQ(loaded.host->dialogs().runs().size(), 1u);
     EXPECT_EQ(loaded.host->dialogs().runs()[0].templateName, "Controller Setup");
-    EXPECT_FALSE(loaded.host->dialogs().runs()[0].accepted);
-    std::vector<uint8_t> bytes = loaded.getChunk();
-    bytes[8 + 12 + 3] = 9; // controller 1 of step 0
-    loaded.chunk->setChunk(bytes.data(), int32_t(bytes.size()));
-    loaded.host->track().clearEvents();
-    loaded.effect->reposition(0);
-    loaded.effect->processRange(0, 120);
-    ASSERT_EQ(loaded.host->track().events().size(), 1u);
-    EXPECT_EQ(loaded.host->track().events()[0].data1, 71);
+    EXPECT_EQ(loaded.controllerPlayed(), 71);
 }
 
 // The layout and the round trip of the chunk are the effect's own; what only the module shows is

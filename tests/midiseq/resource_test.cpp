@@ -122,13 +122,17 @@ Picture readPicture(int32_t type, int32_t number)
     return picture;
 }
 
-TEST(ResourceTest, EveryResourceHasItsSizeAndNoOthersAnswer)
+TEST(ResourceTest, EveryResourceHasItsSizeEveryPictureItsHeaderAndNoOthersAnswer)
 {
     for (const Sized& r : kResources)
     {
         PModuleResource resource;
         ASSERT_TRUE(findModuleResource(r.type, r.number, resource)) << r.number;
         EXPECT_EQ(resource.size, r.bytes) << r.number;
+        if (r.width == 0) continue;
+        const Picture picture = readPicture(r.type, r.number);
+        EXPECT_EQ(picture.width, r.width) << r.number;
+        EXPECT_EQ(picture.height, r.height) << r.number;
     }
     PModuleResource resource;
     EXPECT_FALSE(findModuleResource(kResourceData, 204, resource)) << "between two bitmaps";
@@ -136,17 +140,6 @@ TEST(ResourceTest, EveryResourceHasItsSizeAndNoOthersAnswer)
     // The view's bitmaps are not data: a host asking for 1000 by number finds nothing.
     EXPECT_FALSE(findModuleResource(kResourceData, 1000, resource));
     EXPECT_FALSE(findModuleResource(kResourceBitmap, 200, resource));
-}
-
-TEST(ResourceTest, EveryPictureIsA24BitBmpWhoseHeaderDescribesItsBytes)
-{
-    for (const Sized& r : kResources)
-    {
-        if (r.width == 0) continue;
-        const Picture picture = readPicture(r.type, r.number);
-        EXPECT_EQ(picture.width, r.width) << r.number;
-        EXPECT_EQ(picture.height, r.height) << r.number;
-    }
 }
 
 TEST(ResourceTest, BackdropLaysColumnsAndLinesUnderTheCellsOfTheView)

@@ -46,10 +46,8 @@ TEST(IdentifiersTest, HostInterfacesCarryTheirPublishedIdentifiers)
     EXPECT_EQ(braced(IPluginFactory::iid), "{7A4D811C-5211-4A1F-AED9-D2EE0B43BF9F}");
     EXPECT_EQ(braced(IPluginFactory2::iid), "{0007B650-F24B-4C0B-A464-EDB9F00B2ABB}");
     EXPECT_EQ(braced(IPluginFactory3::iid), "{4555A2AB-C123-4E57-9B12-291036878931}");
-    EXPECT_EQ(braced(kMidiSeqClassId), "{440B3AB5-C89B-487E-B9AF-963A58BF332E}");
 
-    // Our own identifiers must not collide with any of the above.
+    // Our own identifiers must not collide with each other.
     EXPECT_NE(IHostContext::iid, IHostValueUnit::iid);
-    EXPECT_TRUE(IHostContext::iid.isValid());
 }
 } // namespace

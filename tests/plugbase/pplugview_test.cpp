@@ -120,8 +120,6 @@ TEST(PlugView, PlatformTypeMustMatchExactly)
     EXPECT_EQ(plain->onKeyDown(0, kPlugKeyUp, 0), kResultFalse);
     EXPECT_EQ(plain->resizeTo(nullptr), kResultOk);
     EXPECT_EQ(plain->serviceIdle(), kResultFalse);
-    EXPECT_EQ(plain->reservedOperation3(), kResultOk);
-    EXPECT_EQ(plain->reservedOperation6(), kResultFalse);
     plain->release();
 }
 

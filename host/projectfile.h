@@ -114,8 +114,15 @@ std::string noteText(int32_t note);
 bool parseNoteName(std::string_view text, int32_t& note);
 
 // Either form, by content. `error` is one sentence naming the file. `isChunk`, when given, tells
-// which form the file had, so that a program that saves it again can keep it.
-bool loadProjectFile(const std::string& path, Project& project, std::string& error, bool* isChunk = nullptr);
+// which form the file had, so that a program that saves it again can keep it; `bytes`, the file
+// as it was read, so that it can tell whether the file changed before it saves over it.
+bool loadProjectFile(const std::string& path, Project& project, std::string& error, bool* isChunk = nullptr,
+                     std::vector<uint8_t>* bytes = nullptr);
+// The file's bytes: the chunk, or the text form when `asText`.
+std::vector<uint8_t> projectFileBytes(const Project& project, bool asText);
 // The chunk, or the text form when `asText`; through a temporary file.
 bool saveProjectFile(const std::string& path, const Project& project, bool asText, std::string& error);
+
+// The largest project file read: far more than the longest text of 200 full patterns.
+constexpr size_t kLargestProjectFile = size_t(16) << 20;
 } // namespace hostkit

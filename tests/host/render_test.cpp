@@ -203,9 +203,8 @@ TEST(MidiTimeline, NoteOffsBeforeNewNotesAndBlocksFromTheTempo)
     for (const MidiMessage& m : midiTimeline(events))
         text.push_back(std::to_string(m.tick) + ":" + std::to_string(m.status) + "/" +
                        std::to_string(m.data1) + "/" + std::to_string(m.data2));
-    EXPECT_EQ(text,
-              (std::vector<std::string>{"0:144/60/90", "120:144/60/100", "120:177/74/127", "240:128/60/0",
-                                        "240:128/60/0"}));
+    EXPECT_EQ(text, (std::vector<std::string>{"0:144/60/90", "120:144/60/100", "120:177/74/127",
+                                              "240:128/60/0", "240:128/60/0"}));
 
     EXPECT_EQ(blockTicks(120.0), 11);
     EXPECT_EQ(blockTicks(60.0), 5);

@@ -3,6 +3,9 @@
 
 #include <windows.h>
 
+#include <fcntl.h>
+#include <io.h>
+
 #include <cstdio>
 #include <cwchar>
 
@@ -58,7 +61,10 @@ struct Library
 
 Library* openLibrary(const std::string& path, std::string& error)
 {
-    HMODULE handle = LoadLibraryW(widen(path).c_str());
+    // A bare name would be searched in the program's and the system's folders first; the user
+    // means the file of that name here.
+    const std::string file = path.find_first_of("/\\:") == std::string::npos ? ".\\" + path : path;
+    HMODULE handle = LoadLibraryW(widen(file).c_str());
     if (!handle)
     {
         error = systemError(GetLastError());
@@ -189,7 +195,11 @@ std::string temporaryPrefix(const std::string& path)
 bool writeStandardOutput(const void* data, size_t size)
 {
     std::fflush(stdout);
-    return std::fwrite(data, 1, size, stdout) == size && std::fflush(stdout) == 0;
+    // Bytes as they are: a MIDI file through a text-mode stream would gain a CR before every LF.
+    const int mode = _setmode(_fileno(stdout), _O_BINARY);
+    const bool written = std::fwrite(data, 1, size, stdout) == size && std::fflush(stdout) == 0;
+    if (mode != -1) _setmode(_fileno(stdout), mode);
+    return written;
 }
 
 void keepRunningOnClosedOutput()

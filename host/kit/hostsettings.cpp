@@ -265,7 +265,9 @@ tresult HostSettings::store(const char* section, const char* key, const std::str
     {
         if (contents.lines.empty()) contents.lines.push_back({"# tremolin-host settings", {}, {}, {}, false});
         contents.lines.push_back({"", {}, {}, {}, false});
-        contents.lines.push_back({"[" + std::string(section) + "]", {}, {}, {}, false});
+        Line header;
+        header.text.append("[").append(section).append("]");
+        contents.lines.push_back(header);
         contents.lines.push_back(added);
     }
     return save(contents) ? kResultOk : kInternalError;

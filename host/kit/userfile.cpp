@@ -39,8 +39,10 @@ std::string besideName(const std::string& path, const std::string& what)
     if (dot == std::string::npos || dot <= nameStart) dot = path.size();
     for (int number = 1;; ++number)
     {
-        const std::string tag = "." + what + (number > 1 ? "-" + std::to_string(number) : "");
-        const std::string candidate = path.substr(0, dot) + tag + path.substr(dot);
+        std::string candidate = path.substr(0, dot);
+        candidate.append(".").append(what);
+        if (number > 1) candidate.append("-").append(std::to_string(number));
+        candidate.append(path, dot, std::string::npos);
         if (!platform::fileExists(candidate) && !platform::isDirectory(candidate)) return candidate;
     }
 }

@@ -396,11 +396,11 @@ bool readProjectText(std::string_view text, Project& project, std::string& error
             return fail(quoted(words[1]) + " is not a note (such as C3, F#1 or -)");
         if (!toInt32(words[2], step.velocity)) return fail(quoted(words[2]) + " is not a velocity");
         if (!parseGate(words[3], step.gate)) return fail(quoted(words[3]) + " is not a gate (such as 0.5)");
-        // A NaN in hex keeps a chunk's bits; a number is what a person wrote and must be a length.
+        // Hex keeps a chunk's bits as they are; a number is what a person wrote and must be a length.
         if (!(words[3].size() > 1 && words[3][0] == '0' && (words[3][1] == 'x' || words[3][1] == 'X')) &&
             (!std::isfinite(step.gate) || std::fabs(step.gate) > kLargestGate))
-            return fail(quoted(words[3]) + " is not a gate a step can have (0 to " +
-                        std::to_string(static_cast<int>(kLargestGate)) + ")");
+            return fail(quoted(words[3]) + " is not a gate a step can have (a finite length of at most " +
+                        std::to_string(static_cast<int>(kLargestGate)) + " steps)");
         if (!toInt32(words[4], step.controller1))
             return fail(quoted(words[4]) + " is not a controller value");
         if (!toInt32(words[5], step.controller2))

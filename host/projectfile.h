@@ -29,7 +29,8 @@
 //   vel   velocity
 //   gate  the part of the step that sounds, 1 = all of it; written with as many digits as the
 //         32-bit value needs to read back exactly, or as 0x followed by its eight hex digits
-//         (how a NaN is written)
+//         (how a NaN, an infinity or a gate longer than 1000 steps is written; as a number, such
+//         a gate is refused)
 //   cc1   value of the first controller lane (0 sends nothing)
 //   cc2   value of the second controller lane
 //   tie   "-" for none, "tie" for a step that continues the note before it, or a number

@@ -130,7 +130,8 @@ bool readFile(const std::string& path, std::vector<uint8_t>& bytes, std::string&
         return false;
     }
     struct stat info;
-    if (fstat(fd, &info) == 0 && S_ISDIR(info.st_mode))
+    const bool known = fstat(fd, &info) == 0;
+    if (known && S_ISDIR(info.st_mode))
     {
         close(fd);
         error = systemError(EISDIR);
@@ -146,7 +147,7 @@ bool readFile(const std::string& path, std::vector<uint8_t>& bytes, std::string&
         return false;
     };
     // A regular file tells its size up front; devices and pipes are read until they pass the limit.
-    if (S_ISREG(info.st_mode) && static_cast<uint64_t>(info.st_size) > limit) return refuseSize();
+    if (known && S_ISREG(info.st_mode) && static_cast<uint64_t>(info.st_size) > limit) return refuseSize();
     uint8_t chunk[65536];
     for (;;)
     {

@@ -5,6 +5,7 @@
 #include "host/kit/moduleloader.h"
 #include "host/kit/platform/editorwindow.h"
 #include "host/kit/platform/hostplatform.h"
+#include "host/kit/userfile.h"
 #include "host/projectfile.h"
 #include "host/render.h"
 #include "host/trackeventtext.h"
@@ -229,16 +230,26 @@ public:
         interrupted = 0;
         previousInterrupt = std::signal(SIGINT, onInterrupt);
         previousTerminate = std::signal(SIGTERM, onInterrupt);
+#ifdef SIGHUP
+        // A closed terminal asks as politely as a kill does.
+        previousHangUp = std::signal(SIGHUP, onInterrupt);
+#endif
     }
     ~InterruptGuard()
     {
         std::signal(SIGINT, previousInterrupt);
         std::signal(SIGTERM, previousTerminate);
+#ifdef SIGHUP
+        std::signal(SIGHUP, previousHangUp);
+#endif
     }
 
 private:
     void (*previousInterrupt)(int);
     void (*previousTerminate)(int);
+#ifdef SIGHUP
+    void (*previousHangUp)(int);
+#endif
 };
 
 bool uniform(const platform::Picture& picture)
@@ -349,13 +360,18 @@ bool runEdit(const EditOptions& options, std::string& error)
 {
     Project loaded;
     bool isChunk = false;
-    if (!loadProjectFile(options.projectPath, loaded, error, &isChunk)) return false;
+    std::vector<uint8_t> onDisk;
+    if (!loadProjectFile(options.projectPath, loaded, error, &isChunk, &onDisk)) return false;
 
     EditorWindow window({kViewWidth, kViewHeight, editorWindowTitle(), false}, error);
     if (!window.open()) return false;
     ModuleEditor editor;
     if (!editor.open(options, loaded, error) || !window.show(error) || !editor.attach(window, error))
         return false;
+    // What the module made of the file, before the user touched it: only a change from this is
+    // the user's, and only that is worth a write.
+    Project opened;
+    if (!editor.currentProject(opened, error)) return false;
 
     Console console;
     HostMidiTrack& track = editor.context->track();
@@ -423,15 +439,20 @@ bool runEdit(const EditOptions& options, std::string& error)
     transport.stop();
     Project edited;
     bool saved = editor.currentProject(edited, error);
-    if (saved && edited == loaded)
+    if (saved && edited == opened)
         console.line("No changes; " + options.projectPath + " stays as it was.");
     else if (saved && !options.saveOnClose)
         console.line(
             "The demo stays as it was; to keep changes, edit a project of your own with --project FILE.");
     else if (saved)
     {
-        saved = saveProjectFile(options.projectPath, edited, !isChunk, error);
-        if (saved) console.line("Saved " + options.projectPath + (isChunk ? " (chunk)." : " (text form)."));
+        const std::vector<uint8_t> bytes = projectFileBytes(edited, !isChunk);
+        const SaveOutcome outcome = saveUserFile(options.projectPath, bytes.data(), bytes.size(), &onDisk);
+        saved = outcome.kind == SaveOutcome::Kind::Saved;
+        if (saved)
+            console.line("Saved " + options.projectPath + (isChunk ? " (chunk)." : " (text form)."));
+        else
+            error = outcome.sentence(options.projectPath);
     }
     editor.closeView();
     return saved;
@@ -480,11 +501,11 @@ bool runSnapshot(const SnapshotOptions& options, std::string& error)
     editor.closeView();
 
     std::vector<uint8_t> png;
-    std::string reason;
     if (!platform::encodePng(picture, png, error)) return false;
-    if (!platform::replaceFile(options.outPath, png.data(), png.size(), reason))
+    const SaveOutcome written = saveUserFile(options.outPath, png.data(), png.size(), nullptr, false);
+    if (written.kind != SaveOutcome::Kind::Saved)
     {
-        error = "Can't write '" + options.outPath + "': " + reason + ".";
+        error = written.sentence(options.outPath);
         return false;
     }
     std::printf("Wrote %s: the editor with %s, %d by %d pixels.\n", options.outPath.c_str(),

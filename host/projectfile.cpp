@@ -2,6 +2,7 @@
 
 #include "host/kit/hosttext.h"
 #include "host/kit/platform/hostplatform.h"
+#include "host/kit/userfile.h"
 
 #include <charconv>
 #include <cmath>
@@ -12,6 +13,10 @@ namespace hostkit
 {
 namespace
 {
+// A gate of 1 sounds the whole step; longer ones reach into the steps after it, up to a bar of 32
+// steps many times over, but not for hours.
+constexpr float kLargestGate = 1000.0f;
+
 const char* const kNoteNames[12] = {"C", "C#", "D", "D#", "E", "F", "F#", "G", "G#", "A", "A#", "B"};
 
 struct QuantizeName
@@ -63,7 +68,9 @@ std::string quantizeText(int32_t ticks)
 
 std::string gateText(float gate)
 {
-    if (std::isnan(gate))
+    // Bits a person would not write as a gate (NaN, infinities, absurd lengths) go in hex, which
+    // keeps them exactly while the reader refuses them as numbers.
+    if (!std::isfinite(gate) || std::fabs(gate) > kLargestGate)
     {
         char text[16];
         std::snprintf(text, sizeof text, "0x%08X", floatBits(gate));
@@ -141,12 +148,7 @@ std::vector<std::string_view> splitWords(std::string_view line)
 
 std::string quoted(std::string_view word)
 {
-    std::string out;
-    out.reserve(word.size() + 2);
-    out.push_back('\'');
-    out.append(word);
-    out.push_back('\'');
-    return out;
+    return quotedWord(word);
 }
 } // namespace
 
@@ -394,6 +396,11 @@ bool readProjectText(std::string_view text, Project& project, std::string& error
             return fail(quoted(words[1]) + " is not a note (such as C3, F#1 or -)");
         if (!toInt32(words[2], step.velocity)) return fail(quoted(words[2]) + " is not a velocity");
         if (!parseGate(words[3], step.gate)) return fail(quoted(words[3]) + " is not a gate (such as 0.5)");
+        // Hex keeps a chunk's bits as they are; a number is what a person wrote and must be a length.
+        if (!(words[3].size() > 1 && words[3][0] == '0' && (words[3][1] == 'x' || words[3][1] == 'X')) &&
+            (!std::isfinite(step.gate) || std::fabs(step.gate) > kLargestGate))
+            return fail(quoted(words[3]) + " is not a gate a step can have (a finite length of at most " +
+                        std::to_string(static_cast<int>(kLargestGate)) + " steps)");
         if (!toInt32(words[4], step.controller1))
             return fail(quoted(words[4]) + " is not a controller value");
         if (!toInt32(words[5], step.controller2))
@@ -408,24 +415,36 @@ bool readProjectText(std::string_view text, Project& project, std::string& error
     return true;
 }
 
-bool loadProjectFile(const std::string& path, Project& project, std::string& error, bool* isChunk)
+bool loadProjectFile(const std::string& path, Project& project, std::string& error, bool* isChunk,
+                     std::vector<uint8_t>* read)
 {
     std::vector<uint8_t> bytes;
     std::string reason;
-    if (!platform::readFile(path, bytes, reason))
+    bool tooLarge = false;
+    if (!platform::readFile(path, bytes, reason, kLargestProjectFile, &tooLarge))
     {
-        error = "Can't read the project file '" + path + "': " + reason + ".";
+        error = tooLarge ? "The file '" + path + "' is larger than a project can be (" + reason + ")."
+                         : "Can't read the project file '" + path + "': " + reason + ".";
         return false;
     }
-    const bool chunk = looksLikeChunk(bytes.data(), bytes.size());
+    if (bytes.empty())
+    {
+        error = "The project file '" + path + "' is empty.";
+        return false;
+    }
+    // A chunk cut to its first bytes is still a chunk, not text with a syntax error.
+    const bool chunk = looksLikeChunk(bytes.data(), bytes.size()) ||
+                       (bytes.size() < 4 && std::memcmp(bytes.data(), "TrMo", bytes.size()) == 0);
     if (isChunk) *isChunk = chunk;
     if (chunk)
     {
-        if (!decodeChunk(bytes.data(), bytes.size(), project, reason))
+        if (bytes.size() < 4 || !decodeChunk(bytes.data(), bytes.size(), project, reason))
         {
+            if (bytes.size() < 4) reason = "it has only " + std::to_string(bytes.size()) + " bytes";
             error = "The project file '" + path + "' is a damaged chunk: " + reason + ".";
             return false;
         }
+        if (read) *read = std::move(bytes);
         return true;
     }
     if (std::memchr(bytes.data(), 0, bytes.size()))
@@ -433,30 +452,31 @@ bool loadProjectFile(const std::string& path, Project& project, std::string& err
         error = "The file '" + path + "' is neither a project chunk nor a project text.";
         return false;
     }
-    const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    // Editors on Windows start UTF-8 files with a byte-order mark; it is no part of the text.
+    if (text.substr(0, 3) == "\xEF\xBB\xBF") text.remove_prefix(3);
     if (!readProjectText(text, project, reason))
     {
         error = "The project file '" + path + "' has an error on " + reason + ".";
         return false;
     }
+    if (read) *read = std::move(bytes);
     return true;
+}
+
+std::vector<uint8_t> projectFileBytes(const Project& project, bool asText)
+{
+    if (!asText) return encodeChunk(project);
+    const std::string text = writeProjectText(project);
+    return std::vector<uint8_t>(text.begin(), text.end());
 }
 
 bool saveProjectFile(const std::string& path, const Project& project, bool asText, std::string& error)
 {
-    std::string reason;
-    bool written;
-    if (asText)
-    {
-        const std::string text = writeProjectText(project);
-        written = platform::replaceFile(path, text.data(), text.size(), reason);
-    }
-    else
-    {
-        const std::vector<uint8_t> chunk = encodeChunk(project);
-        written = platform::replaceFile(path, chunk.data(), chunk.size(), reason);
-    }
-    if (!written) error = "Can't write '" + path + "': " + reason + ".";
-    return written;
+    const std::vector<uint8_t> bytes = projectFileBytes(project, asText);
+    const SaveOutcome outcome = saveUserFile(path, bytes.data(), bytes.size(), nullptr, false);
+    if (outcome.kind == SaveOutcome::Kind::Saved) return true;
+    error = outcome.sentence(path);
+    return false;
 }
 } // namespace hostkit

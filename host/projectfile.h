@@ -29,7 +29,8 @@
 //   vel   velocity
 //   gate  the part of the step that sounds, 1 = all of it; written with as many digits as the
 //         32-bit value needs to read back exactly, or as 0x followed by its eight hex digits
-//         (how a NaN is written)
+//         (how a NaN, an infinity or a gate longer than 1000 steps is written; as a number, such
+//         a gate is refused)
 //   cc1   value of the first controller lane (0 sends nothing)
 //   cc2   value of the second controller lane
 //   tie   "-" for none, "tie" for a step that continues the note before it, or a number
@@ -114,8 +115,15 @@ std::string noteText(int32_t note);
 bool parseNoteName(std::string_view text, int32_t& note);
 
 // Either form, by content. `error` is one sentence naming the file. `isChunk`, when given, tells
-// which form the file had, so that a program that saves it again can keep it.
-bool loadProjectFile(const std::string& path, Project& project, std::string& error, bool* isChunk = nullptr);
+// which form the file had, so that a program that saves it again can keep it; `bytes`, the file
+// as it was read, so that it can tell whether the file changed before it saves over it.
+bool loadProjectFile(const std::string& path, Project& project, std::string& error, bool* isChunk = nullptr,
+                     std::vector<uint8_t>* bytes = nullptr);
+// The file's bytes: the chunk, or the text form when `asText`.
+std::vector<uint8_t> projectFileBytes(const Project& project, bool asText);
 // The chunk, or the text form when `asText`; through a temporary file.
 bool saveProjectFile(const std::string& path, const Project& project, bool asText, std::string& error);
+
+// The largest project file read: far more than the longest text of 200 full patterns.
+constexpr size_t kLargestProjectFile = size_t(16) << 20;
 } // namespace hostkit

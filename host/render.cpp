@@ -1,6 +1,7 @@
 #include "host/render.h"
 
 #include "host/kit/hostcontext.h"
+#include "host/kit/hostsettings.h"
 #include "host/kit/moduleloader.h"
 
 #include <algorithm>
@@ -19,6 +20,21 @@ template <class T> struct Counted
         if (object) object->release();
     }
 };
+
+// The module's controller lanes come from its settings, where a user can write any number; one
+// outside 0..127 is no controller, and the module keeps its default lane for it.
+void checkControllerSettings(const std::string& path, std::vector<std::string>& warnings)
+{
+    auto* settings = new HostSettings(path.empty() ? HostSettings::defaultPath() : path);
+    for (const char* key : {"Controller1", "Controller2"})
+    {
+        int32_t number = 0;
+        if (settings->readInt("Tremolin", key, &number) && (number < 0 || number > 127))
+            warnings.push_back("The setting " + std::string(key) + " = " + std::to_string(number) + " in '" +
+                               settings->path() + "' is no MIDI controller (0 to 127); the default is used.");
+    }
+    settings->release();
+}
 
 // Everything between loading and unloading; the caller unloads whatever happens here.
 bool play(PluginModule& module, HostContext& context, const RenderOptions& options, RenderResult& result,
@@ -105,6 +121,7 @@ bool renderProject(const RenderOptions& options, RenderResult& result, std::stri
     }
     std::unique_ptr<PluginModule> module = PluginModule::load(options.modulePath, error);
     if (!module) return false;
+    checkControllerSettings(options.settingsPath, result.warnings);
 
     HostOptions hostOptions;
     hostOptions.settingsPath = options.settingsPath;

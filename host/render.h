@@ -35,8 +35,9 @@ struct RenderOptions
 
 struct RenderResult
 {
-    std::vector<TrackEvent> events; // in the order the module sent them
-    int32_t trackFaults = 0;        // events the module misused
+    std::vector<TrackEvent> events;    // in the order the module sent them
+    int32_t trackFaults = 0;           // events the module misused
+    std::vector<std::string> warnings; // sentences about settings the module can't use
 };
 
 // False with one sentence in `error` if the module can't be loaded, refuses the chunk or lacks

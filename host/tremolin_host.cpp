@@ -2,16 +2,21 @@
 // commands to play a project into a MIDI file and to keep projects as chunks or as text.
 
 #include "host/editsession.h"
+#include "host/kit/hostsettings.h"
 #include "host/kit/hosttext.h"
 #include "host/kit/midifile.h"
 #include "host/kit/moduleloader.h"
 #include "host/kit/platform/hostplatform.h"
+#include "host/kit/userfile.h"
 #include "host/projectfile.h"
 #include "host/render.h"
 #include "host/trackeventtext.h"
 
 #include <algorithm>
 #include <cstdio>
+#include <exception>
+#include <filesystem>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -122,9 +127,21 @@ PatternSwitch switchArgument(const std::string& text, int32_t bars)
     const std::string note = text.substr(colon + 1);
     if (!parseNoteName(note, change.note))
         change.note = static_cast<int32_t>(integerArgument("the note of --switch", note, 0, 127));
-    if (change.note < 0 || change.note > 127)
-        throw UsageError{"the note of --switch must lie between C-2 (0) and G8 (127), not '" + note + "'"};
+    // Notes below C1 select no pattern: the module plays them through unheard of.
+    if (change.note < 36 || change.note > 127)
+        throw UsageError{"the note of --switch must be C1 (36) or higher, up to G8 (127), not " +
+                         quotedWord(note)};
     return change;
+}
+
+// Thrown when standard output is closed or full: what was meant for it did not arrive.
+struct OutputClosed
+{
+};
+
+void say(const std::string& text)
+{
+    if (!platform::writeStandardOutput(text.data(), text.size())) throw OutputClosed{};
 }
 
 void printEvents(const std::vector<TrackEvent>& events)
@@ -132,9 +149,17 @@ void printEvents(const std::vector<TrackEvent>& events)
     std::vector<TrackEvent> sorted = events;
     std::stable_sort(sorted.begin(), sorted.end(),
                      [](const TrackEvent& a, const TrackEvent& b) { return a.time < b.time; });
-    std::printf("%s\n", eventHeading().c_str());
+    std::string listing = eventHeading() + "\n";
     for (const TrackEvent& event : sorted)
-        std::printf("%s\n", eventLine(event).c_str());
+        listing += eventLine(event) + "\n";
+    say(listing);
+}
+
+// Whether two names reach one file, through links or different spellings.
+bool sameFile(const std::string& a, const std::string& b)
+{
+    std::error_code ignored;
+    return !a.empty() && !b.empty() && std::filesystem::equivalent(a, b, ignored);
 }
 
 int render(const std::vector<std::string>& args)
@@ -190,26 +215,49 @@ int render(const std::vector<std::string>& args)
         return fail(
             "The demo project examples/demo.tremolin was not found; give a project with --project FILE.");
 
+    const bool toStandardOutput = outPath == "-";
+    if (toStandardOutput && print) throw UsageError{"--out - and --print can't both use standard output"};
+    const std::string settingsPath =
+        options.settingsPath.empty() ? HostSettings::defaultPath() : options.settingsPath;
+    for (const auto& [input, what] :
+         {std::pair{projectPath, "project"}, std::pair{options.modulePath, "module"},
+          std::pair{settingsPath, "settings file"}})
+        if (!toStandardOutput && sameFile(outPath, input))
+            return fail("The output '" + outPath + "' is the " + what +
+                        " this render reads; name another file.");
+
     std::string error;
     if (!loadProjectFile(projectPath, options.project, error)) return fail(error);
     RenderResult result;
     if (!renderProject(options, result, error)) return fail(error);
+    for (const std::string& warning : result.warnings)
+        std::fprintf(stderr, "tremolin-host: warning: %s\n", warning.c_str());
     if (result.trackFaults > 0)
         std::fprintf(stderr, "tremolin-host: warning: the module misused %d track events.\n",
                      result.trackFaults);
 
-    if (print) printEvents(result.events);
+    // The file first: a listing cut short by a closed pipe must not cost the file.
     if (!outPath.empty())
     {
         const std::vector<uint8_t> file = writeMidiFile(midiTimeline(result.events), options.tempo);
-        std::string reason;
-        if (!platform::replaceFile(outPath, file.data(), file.size(), reason))
-            return fail("Can't write '" + outPath + "': " + reason + ".");
+        if (toStandardOutput)
+        {
+            if (!platform::writeStandardOutput(file.data(), file.size())) throw OutputClosed{};
+            return 0;
+        }
+        const SaveOutcome saved = saveUserFile(outPath, file.data(), file.size(), nullptr, false);
+        if (saved.kind != SaveOutcome::Kind::Saved) return fail(saved.sentence(outPath));
+    }
+    if (print) printEvents(result.events);
+    if (!outPath.empty())
+    {
         const auto notes = std::count_if(result.events.begin(), result.events.end(),
                                          [](const TrackEvent& e) { return e.isNoteOn(); });
-        std::printf("Wrote %s: %d bars at %g BPM, %zu notes, %zu controller events.\n", outPath.c_str(),
-                    options.bars, options.tempo, static_cast<size_t>(notes),
-                    result.events.size() - static_cast<size_t>(notes));
+        char summary[128];
+        std::snprintf(summary, sizeof summary, ": %d bars at %g BPM, %zu notes, %zu controller events.\n",
+                      options.bars, options.tempo, static_cast<size_t>(notes),
+                      result.events.size() - static_cast<size_t>(notes));
+        say("Wrote " + outPath + summary);
     }
     return 0;
 }
@@ -318,9 +366,8 @@ int info(const std::vector<std::string>& args)
                     entry.name.c_str(), entry.category.c_str(), entry.cardinality);
     return 0;
 }
-} // namespace
 
-int main(int argc, char** argv)
+int run(int argc, char** argv)
 {
     std::vector<std::string> args(argv + 1, argv + argc);
     if (args.empty() || args[0] == "help" || args[0] == "--help" || args[0] == "-h")
@@ -344,5 +391,31 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "tremolin-host: %s.\n", usage.message.c_str());
         printUsage(stderr);
         return 2;
+    }
+}
+} // namespace
+
+int main(int argc, char** argv)
+{
+    platform::keepRunningOnClosedOutput();
+    HostSettings::setWarningSink([](const std::string& sentence)
+                                 { std::fprintf(stderr, "tremolin-host: warning: %s\n", sentence.c_str()); });
+    try
+    {
+        const int code = run(argc, argv);
+        if (std::fflush(stdout) != 0 || std::ferror(stdout)) throw OutputClosed{};
+        return code;
+    }
+    catch (const OutputClosed&)
+    {
+        return fail("Standard output was closed before everything was written to it.");
+    }
+    catch (const std::bad_alloc&)
+    {
+        return fail("There is not enough memory for this.");
+    }
+    catch (const std::exception& unexpected)
+    {
+        return fail(std::string("Stopped: ") + unexpected.what() + ".");
     }
 }

@@ -2,9 +2,12 @@
 
 #include "host/kit/hosttext.h"
 #include "host/kit/platform/hostplatform.h"
+#include "host/kit/userfile.h"
 
+#include <cstddef>
 #include <cstring>
 #include <mutex>
+#include <set>
 
 namespace hostkit
 {
@@ -13,6 +16,14 @@ namespace
 // Settings objects of one process share their files; one lock keeps their read-change-write
 // cycles apart.
 std::mutex fileLock;
+// Keys (file, section, key) whose stored values read as no number, and files already warned
+// about; for the whole process, since every settings object of a file shares them.
+std::set<std::string> refusedKeys;
+std::set<std::string> warnedFiles;
+void (*warningSink)(const std::string&) = nullptr;
+
+// Far more than any settings file needs.
+constexpr size_t kLargestSettingsFile = size_t(1) << 20;
 
 std::string trim(std::string_view text)
 {
@@ -111,72 +122,114 @@ tresult HostSettings::queryInterface(const TUID iid, void** obj)
     return kNoInterface;
 }
 
-bool HostSettings::load(std::vector<Section>& sections)
+bool HostSettings::load(Contents& contents)
 {
-    sections.clear();
+    contents = Contents{};
     if (file.empty() || !platform::fileExists(file)) return true; // nothing stored yet
     std::vector<uint8_t> bytes;
     std::string reason;
-    if (!platform::readFile(file, bytes, reason))
+    bool tooLarge = false;
+    if (!platform::readFile(file, bytes, reason, kLargestSettingsFile, &tooLarge))
     {
         error = "cannot read " + file + ": " + reason;
+        warn("The settings file '" + file + "' can't be read (" + reason + "); its settings are ignored.");
         return false;
     }
-    const std::string text(bytes.begin(), bytes.end());
+    std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    // Editors on Windows start UTF-8 files with a byte-order mark; it is kept, but no part of a line.
+    if (text.substr(0, 3) == "\xEF\xBB\xBF")
+    {
+        contents.byteOrderMark = true;
+        text.remove_prefix(3);
+    }
+    if (text.find("\r\n") != std::string_view::npos) contents.newline = "\r\n";
+    std::string section;
+    bool hasSection = false;
     size_t start = 0;
-    while (start <= text.size())
+    while (start < text.size())
     {
         size_t end = text.find('\n', start);
-        if (end == std::string::npos) end = text.size();
-        const std::string line = trim(std::string_view(text).substr(start, end - start));
+        if (end == std::string_view::npos) end = text.size();
+        Line line;
+        line.text = std::string(text.substr(start, end - start));
+        if (!line.text.empty() && line.text.back() == '\r') line.text.pop_back();
         start = end + 1;
-        if (line.empty() || line[0] == '#') continue;
-        if (line.front() == '[' && line.back() == ']')
+        const std::string trimmed = trim(line.text);
+        if (!trimmed.empty() && trimmed[0] != '#')
         {
-            sections.push_back({line.substr(1, line.size() - 2), {}});
-            continue;
+            const size_t equals = trimmed.find('=');
+            if (trimmed.front() == '[' && trimmed.back() == ']')
+            {
+                section = trimmed.substr(1, trimmed.size() - 2);
+                hasSection = true;
+            }
+            else if (equals != std::string::npos && hasSection)
+            {
+                line.entry = true;
+                line.key = trim(trimmed.substr(0, equals));
+                line.value = trim(trimmed.substr(equals + 1));
+            }
         }
-        const size_t equals = line.find('=');
-        if (equals == std::string::npos || sections.empty())
-            continue; // a line that no version of the host wrote; leave it out
-        sections.back().entries.emplace_back(trim(line.substr(0, equals)), trim(line.substr(equals + 1)));
+        line.section = hasSection ? section : std::string();
+        contents.lines.push_back(std::move(line));
     }
     return true;
 }
 
-bool HostSettings::save(const std::vector<Section>& sections)
+bool HostSettings::save(const Contents& contents)
 {
-    std::string text = "# tremolin-host settings\n";
-    for (const Section& section : sections)
-    {
-        text += "\n[" + section.name + "]\n";
-        for (const auto& [key, value] : section.entries)
-            text += key + " = " + value + "\n";
-    }
+    std::string text = contents.byteOrderMark ? "\xEF\xBB\xBF" : "";
+    for (const Line& line : contents.lines)
+        text += line.text + contents.newline;
     std::string reason;
-    if (!platform::makeDirectories(parentOf(file), reason) ||
-        !platform::replaceFile(file, text.data(), text.size(), reason))
+    if (!platform::makeDirectories(parentOf(file), reason))
     {
         error = "cannot write " + file + ": " + reason;
+        warn("The settings can't be kept in '" + file + "' (" + reason + ").");
+        return false;
+    }
+    const SaveOutcome saved = saveUserFile(file, text.data(), text.size(), nullptr, false);
+    if (saved.kind != SaveOutcome::Kind::Saved)
+    {
+        error = "cannot write " + file + ": " + saved.reason;
+        warn("The settings can't be kept in '" + file + "' (" + saved.reason + ").");
         return false;
     }
     return true;
+}
+
+void HostSettings::setWarningSink(void (*sink)(const std::string&))
+{
+    warningSink = sink;
+}
+
+void HostSettings::warn(const std::string& sentence)
+{
+    // One warning a file: a module reads and writes many keys, and each would say the same.
+    if (!warningSink || !warnedFiles.insert(file).second) return;
+    warningSink(sentence);
+}
+
+void HostSettings::refuse(const char* section, const char* key, const std::string& raw)
+{
+    std::lock_guard<std::mutex> guard(fileLock);
+    refusedKeys.insert(file + '\n' + section + '\n' + key);
+    warn("The setting " + std::string(key) + " in '" + file + "' is not a number (" + quotedWord(raw) +
+         "); it is ignored and left as it is.");
 }
 
 bool HostSettings::lookUp(const char* section, const char* key, std::string& raw)
 {
     if (!section || !key) return false;
     std::lock_guard<std::mutex> guard(fileLock);
-    std::vector<Section> sections;
-    if (!load(sections)) return false;
-    for (const Section& s : sections)
-        if (s.name == section)
-            for (const auto& [name, value] : s.entries)
-                if (name == key)
-                {
-                    raw = value;
-                    return true;
-                }
+    Contents contents;
+    if (!load(contents)) return false;
+    for (const Line& line : contents.lines)
+        if (line.entry && line.section == section && line.key == key)
+        {
+            raw = line.value;
+            return true;
+        }
     return false;
 }
 
@@ -189,25 +242,35 @@ tresult HostSettings::store(const char* section, const char* key, const std::str
         return kInternalError;
     }
     std::lock_guard<std::mutex> guard(fileLock);
-    std::vector<Section> sections;
-    if (!load(sections)) return kInternalError;
-    Section* target = nullptr;
-    for (Section& s : sections)
-        if (s.name == section) target = &s;
-    if (!target)
+    if (refusedKeys.count(file + '\n' + section + '\n' + key)) return kResultFalse;
+    Contents contents;
+    if (!load(contents)) return kInternalError;
+    const std::string entry = std::string(key) + " = " + raw;
+    size_t lastOfSection = std::string::npos;
+    for (size_t i = 0; i < contents.lines.size(); ++i)
     {
-        sections.push_back({section, {}});
-        target = &sections.back();
+        Line& line = contents.lines[i];
+        if (line.section != section) continue;
+        if (line.entry || lastOfSection == std::string::npos) lastOfSection = i;
+        if (!line.entry || line.key != key) continue;
+        if (line.value == raw) return kResultOk; // stored already: the file stays untouched
+        line.text = entry;
+        return save(contents) ? kResultOk : kInternalError;
     }
-    bool replaced = false;
-    for (auto& [name, value] : target->entries)
-        if (name == key)
-        {
-            value = raw;
-            replaced = true;
-        }
-    if (!replaced) target->entries.emplace_back(key, raw);
-    return save(sections) ? kResultOk : kInternalError;
+    Line added;
+    added.text = entry;
+    if (lastOfSection != std::string::npos)
+        contents.lines.insert(contents.lines.begin() + static_cast<std::ptrdiff_t>(lastOfSection) + 1, added);
+    else
+    {
+        if (contents.lines.empty()) contents.lines.push_back({"# tremolin-host settings", {}, {}, {}, false});
+        contents.lines.push_back({"", {}, {}, {}, false});
+        Line header;
+        header.text.append("[").append(section).append("]");
+        contents.lines.push_back(header);
+        contents.lines.push_back(added);
+    }
+    return save(contents) ? kResultOk : kInternalError;
 }
 
 tresult HostSettings::writeInt(const char* section, const char* key, int32_t value)
@@ -220,7 +283,11 @@ bool HostSettings::readInt(const char* section, const char* key, int32_t* value)
     std::string raw;
     if (!value || !lookUp(section, key, raw)) return false;
     const auto number = parseInteger(unquote(raw));
-    if (!number || *number < INT32_MIN || *number > INT32_MAX) return false;
+    if (!number || *number < INT32_MIN || *number > INT32_MAX)
+    {
+        refuse(section, key, raw);
+        return false;
+    }
     *value = static_cast<int32_t>(*number);
     return true;
 }
@@ -235,7 +302,11 @@ bool HostSettings::readFloat(const char* section, const char* key, double* value
     std::string raw;
     if (!value || !lookUp(section, key, raw)) return false;
     const auto number = parseDouble(unquote(raw));
-    if (!number) return false;
+    if (!number)
+    {
+        refuse(section, key, raw);
+        return false;
+    }
     *value = *number;
     return true;
 }

@@ -21,6 +21,11 @@ using foundation::text::utf8ToUtf16;
 void copyToBuffer(std::u16string_view text, char16_t* buffer, int32_t capacity);
 std::u16string fromBuffer(const char16_t* text);
 
+// A word from a file for a message, in single quotes: control characters, escape sequences and
+// bytes that are no UTF-8 as \xNN, and a long word cut after `longest` bytes with "...", so that
+// a damaged file can neither steer the terminal nor flood it.
+std::string quotedWord(std::string_view word, size_t longest = 40);
+
 // Whole-text number parsing: no sign or digit may be left over, nothing may be missing.
 std::optional<int64_t> parseInteger(std::string_view text);
 std::optional<double> parseDouble(std::string_view text);

@@ -18,7 +18,7 @@ uint8_t dataByte(int32_t value)
 struct Ordered
 {
     MidiMessage message;
-    int rank; // 0: note-off of an earlier note; 1: everything else
+    int rank; // 0: note-off of an earlier note; 1: everything else; 2: a note-off at its own note-on's tick
     size_t sequence;
 };
 
@@ -54,15 +54,17 @@ std::vector<MidiMessage> midiTimeline(const std::vector<TrackEvent>& events)
         const size_t sequence = 2 * i;
         if (event.isNoteOn() && !event.forwarded)
         {
-            if (event.data1 < 0 || event.data1 > 127) continue;
+            // Velocity 0 is a note-off in a file: such a note sounds nothing and has no pair.
+            if (event.data1 < 0 || event.data1 > 127 || event.data2 <= 0) continue;
             const auto channel = static_cast<uint8_t>(event.status & 0x0F);
             const auto note = static_cast<uint8_t>(event.data1);
             ordered.push_back({{time, event.status, note, dataByte(event.data2)}, 1, sequence});
             const int64_t length = std::max<int32_t>(0, event.length);
+            const int64_t end = std::min(time + length, kLastTick);
+            // An off at a later tick goes before that tick's note-ons; one that the end of the
+            // tick range pulled onto its own note-on's tick goes after everything there.
             ordered.push_back(
-                {{std::min(time + length, kLastTick), static_cast<uint8_t>(0x80 | channel), note, 0},
-                 length > 0 ? 0 : 1,
-                 sequence + 1});
+                {{end, static_cast<uint8_t>(0x80 | channel), note, 0}, end > time ? 0 : 2, sequence + 1});
             continue;
         }
         if (event.status < 0x80 || event.status >= 0xF0)

@@ -1,5 +1,6 @@
 #include "host/kit/moduleloader.h"
 
+#include "host/kit/modulefilecheck.h"
 #include "host/kit/platform/hostplatform.h"
 
 #include <cstring>
@@ -8,6 +9,9 @@ namespace hostkit
 {
 namespace
 {
+// Far more than any module needs, little enough to read whole for the check before loading.
+constexpr size_t kLargestModuleFile = size_t(1) << 28;
+
 // A text field of a record: up to its terminator, never past the field.
 std::string field(const char* text, size_t size)
 {
@@ -45,6 +49,22 @@ std::unique_ptr<PluginModule> PluginModule::load(const std::string& path, std::s
         return nullptr;
     }
     std::string reason;
+    {
+        // The whole file, not just its headers: what they promise must lie inside it.
+        std::vector<uint8_t> bytes;
+        bool tooLarge = false;
+        if (!platform::readFile(path, bytes, reason, kLargestModuleFile, &tooLarge))
+        {
+            error = tooLarge ? "The file '" + path + "' is too large to be a module (" + reason + ")."
+                             : "Can't read the module file '" + path + "': " + reason + ".";
+            return nullptr;
+        }
+        if (!moduleFileIsWhole(bytes.data(), bytes.size(), reason))
+        {
+            error = "The file '" + path + "' is damaged: " + reason + "; copy it again.";
+            return nullptr;
+        }
+    }
     platform::Library* library = platform::openLibrary(path, reason);
     if (!library)
     {

@@ -172,7 +172,9 @@ tresult PMidiSeq::initialize(IHostContext* hostContext)
         for (int32_t lane = 0; lane < 2; ++lane)
         {
             int32_t number = 0;
-            if (settings->readInt(kSettingsSection, kControllerKeys[lane], &number))
+            // A number outside 0..127 is no controller: a file would carry it as another one.
+            if (settings->readInt(kSettingsSection, kControllerKeys[lane], &number) && number >= 0 &&
+                number <= 127)
                 PMidiSeqEngine::setControllerNumber(lane, number);
         }
         settings->release();

@@ -153,4 +153,25 @@ TEST(ModuleEndToEnd, SettingsDialogAndTranslationsServeTheRealModule)
     settings->release();
 }
 
+TEST(ModuleEndToEnd, AControllerNumberNoFileCanCarryIsRefusedWithAWarning)
+{
+    hosttest::TempFolder folder;
+    hosttest::writeText(folder.file("settings"), "[Tremolin]\nController1 = 500\n");
+    hosttest::writeText(folder.file("p.tremolin"), "pattern 1\n  1  C1  100  1  64  0  -\n");
+    const auto result =
+        hosttest::runProgram(folder, TREMOLIN_HOST_PROGRAM,
+                             {"render", "--module", kModule, "--project", "p.tremolin", "--settings",
+                              "settings", "--bars", "1", "--print", "--out", "p.mid"});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_NE(result.err.find("warning: The setting Controller1 = 500 in 'settings' is no MIDI controller"),
+              std::string::npos)
+        << result.err;
+    // The listing and the file agree: the default lane, controller 71, not 500 nor 127.
+    EXPECT_NE(result.out.find("controller 71 (Resonance)  value 64"), std::string::npos) << result.out;
+    EXPECT_EQ(result.out.find("controller 500"), std::string::npos) << result.out;
+    const std::vector<std::string> events = hosttest::midiEvents(folder, folder.file("p.mid"));
+    EXPECT_EQ(count(events, "Control_c, 0, 71, 64"), 1);
+    EXPECT_EQ(count(events, "Control_c, 0, 127"), 0);
+}
+
 #endif

@@ -67,6 +67,11 @@ bool Child::says(const std::string& text, double seconds)
     return true;
 }
 
+bool Child::hangUp()
+{
+    return native::hangUp(process);
+}
+
 std::string Child::out() const
 {
     return native::plainLines(readText(outPath));

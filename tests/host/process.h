@@ -54,6 +54,8 @@ public:
     bool says(const std::string& text, double seconds);
     std::string out() const;
     std::string err() const;
+    // Tells the program its terminal closed; false where the system has no such signal.
+    bool hangUp();
 
 private:
     native::Process* process = nullptr;

@@ -2,10 +2,15 @@
 
 #include <cerrno>
 #include <climits>
+#include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
+#include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <pthread.h>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -29,11 +34,14 @@ Library* openLibrary(const std::string& path, std::string& error)
 {
     // RTLD_LOCAL: the module's symbols stay its own, as they would in another host.
     dlerror();
-    void* handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    // A name without a slash would be searched on the library path; the user means this file.
+    const std::string file = path.find('/') == std::string::npos ? "./" + path : path;
+    void* handle = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!handle)
     {
         const char* reason = dlerror();
         error = reason ? reason : "unknown reason";
+        if (file != path && error.rfind(file + ": ", 0) == 0) error = path + error.substr(file.size());
         return nullptr;
     }
     return new Library{handle};
@@ -110,8 +118,11 @@ bool makeDirectories(const std::string& path, std::string& error)
     return false;
 }
 
-bool readFile(const std::string& path, std::vector<uint8_t>& bytes, std::string& error)
+bool readFile(const std::string& path, std::vector<uint8_t>& bytes, std::string& error, size_t limit,
+              bool* tooLarge)
 {
+    if (tooLarge) *tooLarge = false;
+    bytes.clear();
     const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0)
     {
@@ -119,13 +130,24 @@ bool readFile(const std::string& path, std::vector<uint8_t>& bytes, std::string&
         return false;
     }
     struct stat info;
-    if (fstat(fd, &info) == 0 && S_ISDIR(info.st_mode))
+    const bool known = fstat(fd, &info) == 0;
+    if (known && S_ISDIR(info.st_mode))
     {
         close(fd);
         error = systemError(EISDIR);
         return false;
     }
-    bytes.clear();
+    const auto refuseSize = [&]
+    {
+        close(fd);
+        bytes.clear();
+        bytes.shrink_to_fit();
+        if (tooLarge) *tooLarge = true;
+        error = "it holds more than " + std::to_string(limit) + " bytes";
+        return false;
+    };
+    // A regular file tells its size up front; devices and pipes are read until they pass the limit.
+    if (known && S_ISREG(info.st_mode) && static_cast<uint64_t>(info.st_size) > limit) return refuseSize();
     uint8_t chunk[65536];
     for (;;)
     {
@@ -138,15 +160,168 @@ bool readFile(const std::string& path, std::vector<uint8_t>& bytes, std::string&
             return false;
         }
         if (got == 0) break;
+        if (static_cast<size_t>(got) > limit - bytes.size()) return refuseSize();
         bytes.insert(bytes.end(), chunk, chunk + got);
     }
     close(fd);
     return true;
 }
 
-bool replaceFile(const std::string& path, const void* data, size_t size, std::string& error)
+namespace
 {
-    std::string temporary = path + ".XXXXXX";
+// How long a temporary may lie beside its target before it counts as left behind by a write that
+// was killed; a running write needs milliseconds.
+constexpr time_t kStaleSeconds = 60;
+
+bool writeAll(int fd, const void* data, size_t size)
+{
+    const auto* bytes = static_cast<const uint8_t*>(data);
+    size_t written = 0;
+    while (written < size)
+    {
+        const ssize_t put = write(fd, bytes + written, size - written);
+        if (put < 0 && errno == EINTR) continue;
+        if (put <= 0) return false;
+        written += static_cast<size_t>(put);
+    }
+    return true;
+}
+
+// The file a link names, following links of links; a dangling link names the file it would
+// create.
+std::string resolveLinks(const std::string& path)
+{
+    std::string current = path;
+    for (int depth = 0; depth < 40; ++depth)
+    {
+        struct stat info;
+        if (lstat(current.c_str(), &info) != 0 || !S_ISLNK(info.st_mode)) return current;
+        char target[PATH_MAX + 1];
+        const ssize_t length = readlink(current.c_str(), target, PATH_MAX);
+        if (length <= 0) return current;
+        const std::string next(target, static_cast<size_t>(length));
+        const size_t slash = current.find_last_of('/');
+        current = next[0] == '/' || slash == std::string::npos ? next : current.substr(0, slash + 1) + next;
+    }
+    return current;
+}
+
+std::string folderOf(const std::string& path)
+{
+    const size_t slash = path.find_last_of('/');
+    return slash == std::string::npos ? std::string(".")
+           : slash == 0               ? std::string("/")
+                                      : path.substr(0, slash);
+}
+
+void removeStaleTemporaries(const std::string& path, const std::string& own)
+{
+    const std::string prefix = temporaryPrefix(path);
+    const size_t slash = prefix.find_last_of('/');
+    const std::string namePrefix = slash == std::string::npos ? prefix : prefix.substr(slash + 1);
+    DIR* folder = opendir(folderOf(path).c_str());
+    if (!folder) return;
+    const time_t now = time(nullptr);
+    while (const dirent* entry = readdir(folder))
+    {
+        const std::string name = entry->d_name;
+        if (name.size() != namePrefix.size() + 6 || name.compare(0, namePrefix.size(), namePrefix) != 0)
+            continue;
+        const std::string file = folderOf(path) + "/" + name;
+        struct stat info;
+        if (file == own || lstat(file.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) continue;
+        if (now - info.st_mtime >= kStaleSeconds) unlink(file.c_str());
+    }
+    closedir(folder);
+}
+
+// Devices, pipes and the standard streams are written where they are: renaming a file over
+// /dev/null would replace the device for every program on the machine.
+bool writeInPlace(const std::string& path, bool regular, const void* data, size_t size, std::string& error)
+{
+    if (path == "/dev/stdout" || path == "/dev/fd/1" || path == "/proc/self/fd/1")
+    {
+        if (writeStandardOutput(data, size)) return true;
+        error = systemError(errno ? errno : EIO);
+        return false;
+    }
+    const int fd = open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY | (regular ? O_TRUNC : 0));
+    if (fd < 0 || !writeAll(fd, data, size))
+    {
+        error = systemError(errno ? errno : EIO);
+        if (fd >= 0) close(fd);
+        return false;
+    }
+    if (close(fd) != 0)
+    {
+        error = systemError(errno);
+        return false;
+    }
+    return true;
+}
+
+// Holds back the signals that end a program politely while a temporary exists, so that it is
+// renamed or removed before the program goes; they are delivered when the guard ends.
+class SignalHold
+{
+public:
+    SignalHold()
+    {
+        sigset_t held;
+        sigemptyset(&held);
+        for (int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE})
+            sigaddset(&held, signal);
+        pthread_sigmask(SIG_BLOCK, &held, &previous);
+    }
+    ~SignalHold() { pthread_sigmask(SIG_SETMASK, &previous, nullptr); }
+
+private:
+    sigset_t previous;
+};
+} // namespace
+
+std::string temporaryPrefix(const std::string& path)
+{
+    return path + ".tremolin-tmp-";
+}
+
+bool writeStandardOutput(const void* data, size_t size)
+{
+    std::fflush(stdout);
+    errno = 0;
+    return writeAll(STDOUT_FILENO, data, size);
+}
+
+void keepRunningOnClosedOutput()
+{
+    std::signal(SIGPIPE, SIG_IGN);
+}
+
+bool replaceFile(const std::string& given, const void* data, size_t size, std::string& error)
+{
+    const bool system = given.rfind("/dev/", 0) == 0 || given.rfind("/proc/", 0) == 0;
+    const std::string path = system ? given : resolveLinks(given);
+    struct stat info;
+    const bool exists = stat(path.c_str(), &info) == 0;
+    if (exists && S_ISDIR(info.st_mode))
+    {
+        error = systemError(EISDIR);
+        return false;
+    }
+    if (system || (exists && !S_ISREG(info.st_mode)))
+        return writeInPlace(path, exists && S_ISREG(info.st_mode), data, size, error);
+
+    mode_t mode = 0;
+    if (exists)
+        mode = info.st_mode & 07777;
+    else
+    {
+        const mode_t mask = umask(022);
+        umask(mask);
+        mode = 0666 & ~mask;
+    }
+    SignalHold hold;
+    std::string temporary = temporaryPrefix(path) + "XXXXXX";
     const int fd = mkstemp(temporary.data());
     if (fd < 0)
     {
@@ -157,20 +332,18 @@ bool replaceFile(const std::string& path, const void* data, size_t size, std::st
     {
         close(fd);
         unlink(temporary.c_str());
-        error = systemError(code);
+        error = systemError(code ? code : EIO);
         return false;
     };
-    const auto* bytes = static_cast<const uint8_t*>(data);
-    size_t written = 0;
-    while (written < size)
+    errno = 0;
+    if (!writeAll(fd, data, size)) return fail(errno);
+    // mkstemp makes the file private; the replaced file's mode and owner carry over.
+    if (fchmod(fd, mode) != 0 || fsync(fd) != 0) return fail(errno);
+    if (exists && (info.st_uid != geteuid() || info.st_gid != getegid()))
     {
-        const ssize_t put = write(fd, bytes + written, size - written);
-        if (put < 0 && errno == EINTR) continue;
-        if (put < 0) return fail(errno);
-        written += static_cast<size_t>(put);
+        const int ignored = fchown(fd, info.st_uid, info.st_gid);
+        (void)ignored; // only root may give a file away; others make it their own, as any editor does
     }
-    // mkstemp makes the file private; a document the user saves is readable as usual.
-    if (fchmod(fd, 0644) != 0 || fsync(fd) != 0) return fail(errno);
     if (close(fd) != 0)
     {
         const int code = errno;
@@ -185,6 +358,7 @@ bool replaceFile(const std::string& path, const void* data, size_t size, std::st
         error = systemError(code);
         return false;
     }
+    removeStaleTemporaries(path, temporary);
     return true;
 }
 

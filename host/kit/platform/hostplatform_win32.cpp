@@ -4,6 +4,10 @@
 
 #include <windows.h>
 
+#include <fcntl.h>
+#include <io.h>
+
+#include <cstdio>
 #include <cwchar>
 
 namespace hostkit::platform
@@ -52,7 +56,10 @@ struct Library
 
 Library* openLibrary(const std::string& path, std::string& error)
 {
-    HMODULE handle = LoadLibraryW(widen(path).c_str());
+    // A bare name would be searched in the program's and the system's folders first; the user
+    // means the file of that name here.
+    const std::string file = path.find_first_of("/\\:") == std::string::npos ? ".\\" + path : path;
+    HMODULE handle = LoadLibraryW(widen(file).c_str());
     if (!handle)
     {
         error = systemError(GetLastError());
@@ -132,16 +139,31 @@ bool makeDirectories(const std::string& path, std::string& error)
     return false;
 }
 
-bool readFile(const std::string& path, std::vector<uint8_t>& bytes, std::string& error)
+bool readFile(const std::string& path, std::vector<uint8_t>& bytes, std::string& error, size_t limit,
+              bool* tooLarge)
 {
-    HANDLE file = CreateFileW(widen(path).c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                              FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (tooLarge) *tooLarge = false;
+    bytes.clear();
+    HANDLE file = CreateFileW(widen(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                              OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE)
     {
         error = systemError(GetLastError());
         return false;
     }
-    bytes.clear();
+    const auto refuseSize = [&]
+    {
+        CloseHandle(file);
+        bytes.clear();
+        bytes.shrink_to_fit();
+        if (tooLarge) *tooLarge = true;
+        error = "it holds more than " + std::to_string(limit) + " bytes";
+        return false;
+    };
+    LARGE_INTEGER size{};
+    if (GetFileType(file) == FILE_TYPE_DISK && GetFileSizeEx(file, &size) &&
+        static_cast<uint64_t>(size.QuadPart) > limit)
+        return refuseSize();
     uint8_t chunk[65536];
     for (;;)
     {
@@ -153,18 +175,80 @@ bool readFile(const std::string& path, std::vector<uint8_t>& bytes, std::string&
             return false;
         }
         if (got == 0) break;
+        if (got > limit - bytes.size()) return refuseSize();
         bytes.insert(bytes.end(), chunk, chunk + got);
     }
     CloseHandle(file);
     return true;
 }
 
+std::string temporaryPrefix(const std::string& path)
+{
+    return path + ".tremolin-tmp-";
+}
+
+bool writeStandardOutput(const void* data, size_t size)
+{
+    std::fflush(stdout);
+    // Bytes as they are: a MIDI file through a text-mode stream would gain a CR before every LF.
+    const int mode = _setmode(_fileno(stdout), _O_BINARY);
+    const bool written = std::fwrite(data, 1, size, stdout) == size && std::fflush(stdout) == 0;
+    if (mode != -1) _setmode(_fileno(stdout), mode);
+    return written;
+}
+
+void keepRunningOnClosedOutput()
+{
+    // Windows ends no program for writing to a closed pipe; the write fails and is reported.
+}
+
+namespace
+{
+// How long a temporary may lie beside its target before it counts as left behind by a write that
+// was killed; a running write needs milliseconds.
+constexpr uint64_t kStaleSeconds = 60;
+
+void removeStaleTemporaries(const std::wstring& prefix, const std::wstring& own)
+{
+    const size_t slash = prefix.find_last_of(L"/\\");
+    const std::wstring folder = slash == std::wstring::npos ? std::wstring() : prefix.substr(0, slash + 1);
+    WIN32_FIND_DATAW found;
+    HANDLE search = FindFirstFileW((prefix + L"*").c_str(), &found);
+    if (search == INVALID_HANDLE_VALUE) return;
+    FILETIME nowTime;
+    GetSystemTimeAsFileTime(&nowTime);
+    const auto ticks = [](const FILETIME& time)
+    { return (static_cast<uint64_t>(time.dwHighDateTime) << 32) | time.dwLowDateTime; };
+    do
+    {
+        const std::wstring file = folder + found.cFileName;
+        if (file == own || (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)) continue;
+        if (ticks(nowTime) - ticks(found.ftLastWriteTime) >= kStaleSeconds * 10000000ull)
+            DeleteFileW(file.c_str());
+    } while (FindNextFileW(search, &found));
+    FindClose(search);
+}
+} // namespace
+
 bool replaceFile(const std::string& path, const void* data, size_t size, std::string& error)
 {
     const std::wstring target = widen(path);
-    const std::wstring temporary = target + L".tmp" + std::to_wstring(GetCurrentProcessId());
-    HANDLE file = CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
-                              FILE_ATTRIBUTE_NORMAL, nullptr);
+    const DWORD attributes = GetFileAttributesW(target.c_str());
+    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY))
+    {
+        error = systemError(ERROR_DIRECTORY);
+        return false;
+    }
+    // NUL, CON and the like are devices: they are written, never renamed over.
+    HANDLE probe = CreateFileW(target.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                               nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    const bool device = probe != INVALID_HANDLE_VALUE && GetFileType(probe) != FILE_TYPE_DISK;
+    if (probe != INVALID_HANDLE_VALUE) CloseHandle(probe);
+    const std::wstring temporary =
+        widen(temporaryPrefix(path)) + std::to_wstring(GetCurrentProcessId() % 1000000);
+    const std::wstring& writtenTo = device ? target : temporary;
+    HANDLE file = CreateFileW(writtenTo.c_str(), GENERIC_WRITE, 0, nullptr,
+                              device ? OPEN_EXISTING : CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE)
     {
         error = systemError(GetLastError());
@@ -180,9 +264,14 @@ bool replaceFile(const std::string& path, const void* data, size_t size, std::st
         ok = WriteFile(file, bytes + written, part, &put, nullptr) != 0;
         written += put;
     }
-    if (ok) ok = FlushFileBuffers(file) != 0;
+    if (ok && !device) ok = FlushFileBuffers(file) != 0;
     DWORD code = ok ? 0 : GetLastError();
     CloseHandle(file);
+    if (device)
+    {
+        if (!ok) error = systemError(code);
+        return ok;
+    }
     if (ok &&
         !MoveFileExW(temporary.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH))
     {
@@ -193,8 +282,10 @@ bool replaceFile(const std::string& path, const void* data, size_t size, std::st
     {
         DeleteFileW(temporary.c_str());
         error = systemError(code);
+        return false;
     }
-    return ok;
+    removeStaleTemporaries(widen(temporaryPrefix(path)), temporary);
+    return true;
 }
 
 bool removeFile(const std::string& path)

@@ -5,7 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cmath>
+#include <filesystem>
 #include <limits>
 
 using hostkit::HostSettings;
@@ -100,4 +102,43 @@ TEST(HostSettings, RefusesWhatTheFileCantHoldAndReportsFailedWrites)
     EXPECT_FALSE(reason.empty());
     int32_t value = 0;
     EXPECT_FALSE(blocked->readInt("Tremolin", "Controller1", &value));
+}
+
+TEST(HostSettings, KeepsWhatItDoesNotOwnAndWritesOnlyAChange)
+{
+    hosttest::TempFolder folder;
+    const std::string path = folder.file("settings");
+    const std::string original =
+        "\xEF\xBB\xBF# my notes\r\n[Tremolin]\r\nController1 = 74\r\nLevel = loud\r\n"
+        "weird line\r\n[Other]\r\nx = 1\r\n";
+    hosttest::writeText(path, original);
+    std::vector<std::string> warnings;
+    static std::vector<std::string>* sink = nullptr;
+    sink = &warnings;
+    HostSettings::setWarningSink([](const std::string& sentence) { sink->push_back(sentence); });
+
+    Settings settings(path);
+    int32_t number = 0;
+    ASSERT_TRUE(settings->readInt("Tremolin", "Controller1", &number)) << "the byte-order mark is skipped";
+    EXPECT_EQ(number, 74);
+    std::filesystem::last_write_time(folder.path / "settings",
+                                     std::filesystem::file_time_type::clock::now() - std::chrono::hours(1));
+    const auto stamp = std::filesystem::last_write_time(folder.path / "settings");
+    EXPECT_EQ(settings->writeInt("Tremolin", "Controller1", 74), kResultOk);
+    EXPECT_EQ(std::filesystem::last_write_time(folder.path / "settings"), stamp) << "no change, no write";
+
+    double level = 0;
+    EXPECT_FALSE(settings->readFloat("Tremolin", "Level", &level));
+    EXPECT_FALSE(settings->readFloat("Tremolin", "Level", &level));
+    EXPECT_NE(settings->writeFloat("Tremolin", "Level", 0.5), kResultOk) << "a value it can't read stays";
+    ASSERT_EQ(warnings.size(), 1u) << "one warning for the file";
+    EXPECT_NE(warnings[0].find("Level"), std::string::npos) << warnings[0];
+    EXPECT_NE(warnings[0].find("'loud'"), std::string::npos) << warnings[0];
+
+    EXPECT_EQ(settings->writeInt("Tremolin", "Controller1", 1), kResultOk);
+    EXPECT_EQ(settings->writeInt("Tremolin", "Controller2", 7), kResultOk);
+    EXPECT_EQ(hosttest::readText(path),
+              "\xEF\xBB\xBF# my notes\r\n[Tremolin]\r\nController1 = 1\r\nLevel = loud\r\n"
+              "Controller2 = 7\r\nweird line\r\n[Other]\r\nx = 1\r\n");
+    HostSettings::setWarningSink(nullptr);
 }

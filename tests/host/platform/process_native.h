@@ -25,6 +25,8 @@ struct Launch
 Process* start(const Launch& launch, std::string& error);
 // The exit code once the program has ended, waiting up to `seconds`; nothing while it runs.
 std::optional<int> wait(Process* process, double seconds);
+// What a closed terminal tells the program (SIGHUP); false where the system has no such signal.
+bool hangUp(Process* process);
 // Ends the program at once if it still runs and lets go of it.
 void close(Process* process);
 // A program's output as the tests compare it: lines end in "\n" alone.

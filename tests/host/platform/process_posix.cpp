@@ -131,6 +131,11 @@ std::optional<int> wait(Process* process, double seconds)
     }
 }
 
+bool hangUp(Process* process)
+{
+    return process && kill(process->pid, SIGHUP) == 0;
+}
+
 void close(Process* process)
 {
     if (!process) return;

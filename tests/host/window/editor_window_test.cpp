@@ -187,3 +187,46 @@ TEST_F(EditorWindow, ParameterKeysChangeTheProjectEscapeSavesItAndAChunkStaysACh
     EXPECT_EQ(saved.patterns[1].steps, ProjectPattern{}.steps) << "pattern 2 cleared";
     EXPECT_EQ(saved.patterns[2], before.patterns[2]);
 }
+
+TEST_F(EditorWindow, AProjectChangedOnDiskIsKeptAndTheEditsGoBesideIt)
+{
+    hosttest::TempFolder folder;
+    const std::string demoText = hosttest::readText(kDemo);
+    hosttest::writeText(folder.file("song.tremolin"), demoText);
+    hosttest::Child edit(folder, kProgram, editArgs(folder, "song.tremolin", {"--print"}));
+    const uint64_t window = editWindow(edit);
+    ASSERT_NE(window, 0u) << edit.err();
+    ASSERT_TRUE(edit.says(kFirstNote, 20)) << edit.out();
+    desktop::pointInto(window);
+    desktop::typeKey("Up");
+    // Meanwhile another session, or a `git pull`, saves the project.
+    const std::string pulled = demoText + "# pulled\n";
+    hosttest::writeText(folder.file("song.tremolin"), pulled);
+    desktop::typeKey("Escape");
+    ASSERT_EQ(edit.finish(30), 1);
+    EXPECT_NE(edit.err().find("changed on disk since it was read"), std::string::npos) << edit.err();
+    EXPECT_EQ(hosttest::readText(folder.file("song.tremolin")), pulled);
+    Project beside;
+    std::string error;
+    ASSERT_TRUE(loadProjectFile(folder.file("song.conflict.tremolin"), beside, error)) << error;
+    EXPECT_EQ(beside.patterns[0].steps[0].note, demo().patterns[0].steps[0].note + 1) << "the edit is there";
+}
+
+TEST_F(EditorWindow, ClosingTheTerminalSavesAsAKillDoes)
+{
+    hosttest::TempFolder folder;
+    hosttest::writeText(folder.file("song.tremolin"), hosttest::readText(kDemo));
+    hosttest::Child edit(folder, kProgram, editArgs(folder, "song.tremolin", {"--print"}));
+    const uint64_t window = editWindow(edit);
+    ASSERT_NE(window, 0u) << edit.err();
+    ASSERT_TRUE(edit.says(kFirstNote, 20)) << edit.out();
+    desktop::pointInto(window);
+    desktop::typeKey("Up");
+    ASSERT_TRUE(edit.says("note C#1 (37)", 20)) << "the edit arrived: " << edit.out();
+    if (!edit.hangUp()) GTEST_SKIP() << "this system has no hang-up signal to send";
+    ASSERT_EQ(edit.finish(30), 0) << edit.err();
+    Project saved;
+    std::string error;
+    ASSERT_TRUE(loadProjectFile(folder.file("song.tremolin"), saved, error)) << error;
+    EXPECT_EQ(saved.patterns[0].steps[0].note, demo().patterns[0].steps[0].note + 1);
+}

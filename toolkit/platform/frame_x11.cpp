@@ -553,6 +553,8 @@ bool processPlatformEvents(int32_t waitMilliseconds)
         XNextEvent(display, &event);
         // An input method takes the key events it composes from.
         if (XFilterEvent(&event, None)) continue;
+        // Keys read through Xlib follow a keyboard that changed its mapping.
+        if (event.type == MappingNotify) XRefreshKeyboardMapping(&event.xmapping);
         dispatch(event);
         any = true;
     }

@@ -317,10 +317,13 @@ void TextField::onKey(XKeyEvent& e)
     }
     const bool shift = e.state & ShiftMask;
     const bool control = e.state & ControlMask;
+    // Only a selection that the user made becomes the primary one, not what a paste replaces.
+    bool selecting = false;
     const auto moveTo = [&](size_t at)
     {
         caret = at;
         if (!shift) anchor = at;
+        selecting = shift;
     };
     switch (key)
     {
@@ -365,6 +368,7 @@ void TextField::onKey(XKeyEvent& e)
         {
             anchor = 0;
             caret = text.size();
+            selecting = true;
         }
         else if (control && (key == XK_c || key == XK_C || key == XK_x || key == XK_X))
         {
@@ -379,7 +383,7 @@ void TextField::onKey(XKeyEvent& e)
             replaceSelection(cleanInput(typed));
         break;
     }
-    if (caret != anchor) ownSelection(XA_PRIMARY, e.time);
+    if (selecting && caret != anchor) ownSelection(XA_PRIMARY, e.time);
     paint();
 }
 

@@ -131,6 +131,8 @@ std::vector<std::string> pathsOfUriList(std::string_view list)
             else
                 path += line[i];
         }
+        // No file name holds a NUL: such a line is no path.
+        if (path.find('\0') != std::string::npos) continue;
         path = cleanText(path);
         if (!path.empty()) paths.push_back(path);
     }

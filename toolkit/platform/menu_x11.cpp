@@ -291,7 +291,7 @@ bool PopupMenu::hitTest(int rootX, int rootY, size_t& depth, int& index) const
 void PopupMenu::setHot(size_t depth, int index, bool openSubmenu)
 {
     while (levels.size() > depth + 1 &&
-           (levels[depth]->hot != index || !(*levels[depth]->entries)[size_t(index)].hasSubmenu))
+           (index < 0 || levels[depth]->hot != index || !(*levels[depth]->entries)[size_t(index)].hasSubmenu))
         closeLevel();
     Level& level = *levels[depth];
     if (level.hot != index)

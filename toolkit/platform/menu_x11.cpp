@@ -3,8 +3,10 @@
 // a native popup is elsewhere: its own loop serves the connection, hands exposures of the frames
 // on so that they keep painting, and drops their input.
 
+#include "toolkit/cbitmap.h"
 #include "toolkit/platform/display_x11.h"
 #include "toolkit/platform/menu.h"
+#include "toolkit/platform/types_cairo.h"
 
 #include <X11/Xatom.h>
 #include <X11/Xutil.h>
@@ -245,6 +247,29 @@ void PopupMenu::paint(Level& level)
                                e.title ? CAIRO_FONT_WEIGHT_BOLD : CAIRO_FONT_WEIGHT_NORMAL);
         cairo_move_to(cr, r.left + kTextLeft, baseline);
         cairo_show_text(cr, e.text.c_str());
+        NativeImage* icon = e.icon ? e.icon->platformImage() : nullptr;
+        if (icon && icon->surface && !e.checked)
+        {
+            // In the check mark's place, scaled into a square as high as the entry's text.
+            const double side = kItemHeight - 4;
+            const double w = cairo_image_surface_get_width(icon->surface);
+            const double h = cairo_image_surface_get_height(icon->surface);
+            if (w > 0 && h > 0)
+            {
+                cairo_save(cr);
+                cairo_translate(cr, r.left + 2, r.top + 2);
+                cairo_scale(cr, side / std::max(w, h), side / std::max(w, h));
+                cairo_set_source_surface(cr, icon->surface, 0, 0);
+                cairo_paint(cr);
+                cairo_restore(cr);
+                if (e.disabled)
+                    cairo_set_source_rgb(cr, 0.55, 0.55, 0.55);
+                else if (hot)
+                    cairo_set_source_rgb(cr, 1, 1, 1);
+                else
+                    cairo_set_source_rgb(cr, 0, 0, 0);
+            }
+        }
         if (e.checked)
         {
             cairo_move_to(cr, r.left + 6, r.top + 10);

@@ -111,7 +111,11 @@ TEST(OptionMenuTest, ColumnsPrefixesAndChecks)
 {
     COptionMenu* menu = menuOf({});
     for (int i = 0; i < 25; ++i)
-        menu->addEntry(("e" + std::to_string(i)).c_str());
+    {
+        char title[16];
+        std::snprintf(title, sizeof title, "e%d", i);
+        menu->addEntry(title);
+    }
     menu->setEntriesPerColumn(10);
     menu->setPrefixNumbers(3);
     menu->setPrefixNumbers(7); // ignored

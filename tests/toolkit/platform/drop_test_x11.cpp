@@ -29,11 +29,11 @@ public:
     explicit DropRecorder(const CRect& r) : CView(r) {}
     void onDragEnter(CDragContainer* drag, const CPoint&) override
     {
-        events.push_back("enter " + std::to_string(drag->itemCount()));
+        events.push_back(std::string("enter ") + std::to_string(drag->itemCount()));
     }
     void onDragMove(CDragContainer*, const CPoint& where) override
     {
-        events.push_back("move " + std::to_string(where.x) + "," + std::to_string(where.y));
+        events.push_back(std::string("move ") + std::to_string(where.x) + "," + std::to_string(where.y));
     }
     void onDragLeave(CDragContainer*, const CPoint&) override { events.push_back("leave"); }
     bool onDrop(CDragContainer* drag, const CPoint&) override
@@ -278,7 +278,7 @@ TEST_F(DropTest, TextArrivesAsUtf8AndAThousandFilesInOneDrag)
     // More than three types go by the list on the source's window.
     std::string list;
     for (int i = 0; i < 1000; ++i)
-        list += "file:///data/sample" + std::to_string(i) + ".wav\r\n";
+        list += std::string("file:///data/sample") + std::to_string(i) + ".wav\r\n";
     recorder->events.clear();
     recorder->types.clear();
     dragAndDrop({{"application/x-other", "?"}, {"STRING", "x"}, {"TEXT", "x"}, {"text/uri-list", list}});

@@ -189,7 +189,7 @@ TEST_F(PopupMenuTest, AHugeMenuFitsTheScreenInColumns)
     MenuBench bench;
     bench.menu->removeAllEntries();
     for (int i = 0; i < 3000; ++i)
-        bench.menu->addEntry(("entry " + std::to_string(i)).c_str());
+        bench.menu->addEntry((std::string("entry ") + std::to_string(i)).c_str());
     const CRect shown = bench.run(
         [](const CRect&)
         {

@@ -128,6 +128,25 @@ TEST_F(TextFieldTest, ReturnTakesTheTextEscapePutsItBackAndAClickElsewhereEnds)
     EXPECT_EQ(frame->focusView(), nullptr);
 }
 
+TEST_F(TextFieldTest, TabMovesTheEditToTheNextField)
+{
+    auto* next = new CTextEdit(CRect(10, 100, 150, 120), &listener, 4, "second");
+    frame->addView(next);
+    open();
+    xdriver::typeText("one");
+    pumpFor(100);
+    xdriver::typeKey(XK_Tab);
+    ASSERT_TRUE(pumpUntil([&] { return next->isEditing(); }));
+    EXPECT_FALSE(edit->isEditing());
+    EXPECT_STREQ(edit->textOf(), "one");
+    EXPECT_EQ(frame->focusView(), next);
+    xdriver::typeText("two");
+    pumpFor(100);
+    xdriver::typeKey(XK_Return);
+    ASSERT_TRUE(pumpUntil([&] { return !next->isEditing(); }));
+    EXPECT_STREQ(next->textOf(), "two");
+}
+
 TEST_F(TextFieldTest, PastesAreCleanedAndCutToTheLimit)
 {
     // Broken UTF-8 and a line break from another program.

@@ -93,14 +93,6 @@ struct TextField final : X11EventSink
     bool dragging = false;
     std::string clipboard; // what this field offers as CLIPBOARD
     Atom atomClipboard = None, atomUtf8 = None, atomTargets = None, atomProperty = None, atomText = None;
-    // Set by the destructor, for a handler that called out and must not touch the field again.
-    bool* destroyedFlag = nullptr;
-
-    virtual ~TextField()
-    {
-        if (destroyedFlag) *destroyedFlag = true;
-    }
-
     void handleEvent(XEvent& event) override;
     cairo_t* measure() const;
     double textWidth(size_t from, size_t to) const;
@@ -389,8 +381,7 @@ void TextField::onKey(XKeyEvent& e)
 
 void TextField::handleEvent(XEvent& event)
 {
-    bool destroyed = false;
-    destroyedFlag = &destroyed;
+    // The calls to the control may destroy the field: nothing touches it after one of them.
     switch (event.type)
     {
     case Expose:
@@ -462,7 +453,6 @@ void TextField::handleEvent(XEvent& event)
     default:
         break;
     }
-    if (!destroyed) destroyedFlag = nullptr;
 }
 
 TextField* createTextField(TextFieldEvents* events, PlatformHandle parent, const CRect& rect,

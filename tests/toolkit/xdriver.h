@@ -36,6 +36,10 @@ void typeText(const char* text);
 void ownSelection(const char* selection, const std::string& bytes);
 // Answers the requests for the selections this driver owns; a test serves them while it waits.
 void serveSelections();
+// Asks the owner of a selection for its text as UTF8_STRING; readSelection gives the answer once
+// it came, and false until then.
+void requestSelection(const char* selection);
+bool readSelection(std::string& out);
 // The rectangle on screen of the mapped top-level window of that name, or an empty one.
 CRect findTopWindow(const char* name);
 // The colour of a pixel of a window on screen, as 0xRRGGBB.

@@ -74,6 +74,79 @@ size_t nextChar(const std::string& s, size_t at)
     while (at < s.size() && (static_cast<unsigned char>(s[at]) & 0xC0) == 0x80);
     return at;
 }
+
+// Answers a request for a selection with UTF-8 text, also as Latin-1 for clients that ask so.
+void answerSelectionRequest(Display* display, const XSelectionRequestEvent& r, const std::string& data)
+{
+    const Atom utf8 = XInternAtom(display, "UTF8_STRING", False);
+    const Atom targetsAtom = XInternAtom(display, "TARGETS", False);
+    const Atom textAtom = XInternAtom(display, "TEXT", False);
+    XEvent reply{};
+    reply.xselection.type = SelectionNotify;
+    reply.xselection.requestor = r.requestor;
+    reply.xselection.selection = r.selection;
+    reply.xselection.target = r.target;
+    reply.xselection.time = r.time;
+    reply.xselection.property = None;
+    const Atom property = r.property != None ? r.property : r.target;
+    if (r.target == targetsAtom)
+    {
+        Atom targets[] = {targetsAtom, utf8, XA_STRING, textAtom};
+        XChangeProperty(display, r.requestor, property, XA_ATOM, 32, PropModeReplace,
+                        reinterpret_cast<unsigned char*>(targets), 4);
+        reply.xselection.property = property;
+    }
+    else if (r.target == utf8 || r.target == textAtom)
+    {
+        XChangeProperty(display, r.requestor, property, utf8, 8, PropModeReplace,
+                        reinterpret_cast<const unsigned char*>(data.data()), int(data.size()));
+        reply.xselection.property = property;
+    }
+    else if (r.target == XA_STRING)
+    {
+        // Latin-1, with '?' for what it cannot hold.
+        const std::u16string wide = foundation::text::utf8ToUtf16(data);
+        std::string latin;
+        for (char16_t c : wide)
+            latin += c < 0x100 ? char(c) : '?';
+        XChangeProperty(display, r.requestor, property, XA_STRING, 8, PropModeReplace,
+                        reinterpret_cast<const unsigned char*>(latin.data()), int(latin.size()));
+        reply.xselection.property = property;
+    }
+    XSendEvent(display, r.requestor, False, NoEventMask, &reply);
+    XFlush(display);
+}
+
+// Text copied from a field is pasted elsewhere long after the field closed: the clipboard is
+// owned by a hidden window of the process that lives until another program takes it over.
+class ClipboardKeeper final : public X11EventSink
+{
+public:
+    void own(Display* d, const std::string& text, Time time)
+    {
+        if (!window)
+        {
+            display = d;
+            window = XCreateSimpleWindow(d, DefaultRootWindow(d), -10, -10, 1, 1, 0, 0, 0);
+            watchWindow(window, this);
+        }
+        data = text;
+        XSetSelectionOwner(d, XInternAtom(d, "CLIPBOARD", False), window, time);
+        XFlush(d);
+    }
+    void handleEvent(XEvent& event) override
+    {
+        if (event.type == SelectionRequest) answerSelectionRequest(display, event.xselectionrequest, data);
+        if (event.type == SelectionClear) data.clear();
+    }
+
+private:
+    Display* display = nullptr;
+    Window window = 0;
+    std::string data;
+};
+
+ClipboardKeeper clipboardKeeper;
 } // namespace
 
 struct TextField final : X11EventSink
@@ -91,8 +164,7 @@ struct TextField final : X11EventSink
     size_t anchor = 0; // the other end of the selection
     int scroll = 0;
     bool dragging = false;
-    std::string clipboard; // what this field offers as CLIPBOARD
-    Atom atomClipboard = None, atomUtf8 = None, atomTargets = None, atomProperty = None, atomText = None;
+    Atom atomClipboard = None, atomUtf8 = None, atomProperty = None;
     void handleEvent(XEvent& event) override;
     cairo_t* measure() const;
     double textWidth(size_t from, size_t to) const;
@@ -238,41 +310,7 @@ void TextField::paste(Atom selection, Time time)
 
 void TextField::answerRequest(const XSelectionRequestEvent& r)
 {
-    XEvent reply{};
-    reply.xselection.type = SelectionNotify;
-    reply.xselection.requestor = r.requestor;
-    reply.xselection.selection = r.selection;
-    reply.xselection.target = r.target;
-    reply.xselection.time = r.time;
-    reply.xselection.property = None;
-    const Atom property = r.property != None ? r.property : r.target;
-    const std::string data = r.selection == XA_PRIMARY ? selected() : clipboard;
-    if (r.target == atomTargets)
-    {
-        Atom targets[] = {atomTargets, atomUtf8, XA_STRING, atomText};
-        XChangeProperty(display, r.requestor, property, XA_ATOM, 32, PropModeReplace,
-                        reinterpret_cast<unsigned char*>(targets), 4);
-        reply.xselection.property = property;
-    }
-    else if (r.target == atomUtf8 || r.target == atomText)
-    {
-        XChangeProperty(display, r.requestor, property, atomUtf8, 8, PropModeReplace,
-                        reinterpret_cast<const unsigned char*>(data.data()), int(data.size()));
-        reply.xselection.property = property;
-    }
-    else if (r.target == XA_STRING)
-    {
-        // Latin-1, with '?' for what it cannot hold.
-        const std::u16string wide = foundation::text::utf8ToUtf16(data);
-        std::string latin;
-        for (char16_t c : wide)
-            latin += c < 0x100 ? char(c) : '?';
-        XChangeProperty(display, r.requestor, property, XA_STRING, 8, PropModeReplace,
-                        reinterpret_cast<const unsigned char*>(latin.data()), int(latin.size()));
-        reply.xselection.property = property;
-    }
-    XSendEvent(display, r.requestor, False, NoEventMask, &reply);
-    XFlush(display);
+    answerSelectionRequest(display, r, selected());
 }
 
 void TextField::onKey(XKeyEvent& e)
@@ -365,8 +403,7 @@ void TextField::onKey(XKeyEvent& e)
         else if (control && (key == XK_c || key == XK_C || key == XK_x || key == XK_X))
         {
             if (caret == anchor) break;
-            clipboard = selected();
-            ownSelection(atomClipboard, e.time);
+            clipboardKeeper.own(display, selected(), e.time);
             if (key == XK_x || key == XK_X) replaceSelection({});
         }
         else if (control && (key == XK_v || key == XK_V))
@@ -476,8 +513,6 @@ TextField* createTextField(TextFieldEvents* events, PlatformHandle parent, const
     field->caret = field->text.size();
     field->atomClipboard = XInternAtom(d, "CLIPBOARD", False);
     field->atomUtf8 = XInternAtom(d, "UTF8_STRING", False);
-    field->atomTargets = XInternAtom(d, "TARGETS", False);
-    field->atomText = XInternAtom(d, "TEXT", False);
     field->atomProperty = XInternAtom(d, "PLEXEL_PASTE", False);
 
     XSetWindowAttributes attributes{};

@@ -167,6 +167,17 @@ TEST_F(TextFieldTest, PastesAreCleanedAndCutToTheLimit)
     pumpFor(200);
     finish();
     EXPECT_EQ(std::string(edit->textOf()), std::string(255, 'a'));
+
+    // What is copied from a field can be pasted after the field closed.
+    edit->setText("k\xC3\xA9pt");
+    open();
+    typeAndWait(XK_a, true);
+    typeAndWait(XK_c, true);
+    finish();
+    xdriver::requestSelection("CLIPBOARD");
+    std::string copied;
+    ASSERT_TRUE(pumpUntil([&] { return xdriver::readSelection(copied); }));
+    EXPECT_EQ(copied, "k\xC3\xA9pt");
 }
 
 TEST_F(TextFieldTest, TextComesThroughTheInputMethod)

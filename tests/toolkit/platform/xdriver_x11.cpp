@@ -165,6 +165,35 @@ void serveSelections()
     XSync(display, False);
 }
 
+void requestSelection(const char* selection)
+{
+    if (!selectionWindow)
+        selectionWindow = XCreateSimpleWindow(display, DefaultRootWindow(display), 0, 0, 1, 1, 0, 0, 0);
+    XConvertSelection(display, XInternAtom(display, selection, False),
+                      XInternAtom(display, "UTF8_STRING", False),
+                      XInternAtom(display, "XDRIVER_SELECTION", False), selectionWindow, CurrentTime);
+    XSync(display, False);
+}
+
+bool readSelection(std::string& out)
+{
+    XEvent e;
+    if (!selectionWindow || !XCheckTypedWindowEvent(display, selectionWindow, SelectionNotify, &e))
+        return false;
+    out.clear();
+    if (e.xselection.property == None) return true;
+    Atom type = None;
+    int format = 0;
+    unsigned long count = 0, after = 0;
+    unsigned char* data = nullptr;
+    if (XGetWindowProperty(display, selectionWindow, e.xselection.property, 0, 65536, True, AnyPropertyType,
+                           &type, &format, &count, &after, &data) == Success &&
+        data)
+        out.assign(reinterpret_cast<char*>(data), count);
+    if (data) XFree(data);
+    return true;
+}
+
 CRect findTopWindow(const char* name)
 {
     Window root, parent, *children = nullptr;

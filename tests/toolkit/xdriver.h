@@ -7,6 +7,7 @@
 #include "toolkit/cbase.h"
 
 #include <cstdint>
+#include <string>
 
 namespace xdriver
 {
@@ -26,6 +27,21 @@ PlatformHandle firstChild(PlatformHandle window);
 void movePointer(int x, int y);
 // Presses or releases a button: 1 left, 2 middle, 3 right, 4 and 5 the wheel.
 void button(unsigned int number, bool press);
+// Presses and releases the key that carries keysym, with Shift where the key needs it and with
+// Control if asked; a keysym that no key carries is first put on a spare key.
+void typeKey(unsigned long keysym, bool control = false);
+// Types plain ASCII text.
+void typeText(const char* text);
+// Takes a selection ("CLIPBOARD", "PRIMARY") with bytes offered as UTF8_STRING.
+void ownSelection(const char* selection, const std::string& bytes);
+// Answers the requests for the selections this driver owns; a test serves them while it waits.
+void serveSelections();
+// Asks the owner of a selection for its text as UTF8_STRING; readSelection gives the answer once
+// it came, and false until then.
+void requestSelection(const char* selection);
+bool readSelection(std::string& out);
+// The rectangle on screen of the mapped top-level window of that name, or an empty one.
+CRect findTopWindow(const char* name);
 // The colour of a pixel of a window on screen, as 0xRRGGBB.
 uint32_t pixel(PlatformHandle window, int x, int y);
 

@@ -7,6 +7,7 @@
 #include "toolkit/cbase.h"
 #include "toolkit/platform/dragdrop_win32.h"
 #include "toolkit/platform/frame.h"
+#include "toolkit/platform/textedit_win32.h"
 #include "toolkit/platform/types_gdiplus.h"
 
 #include <ole2.h>
@@ -196,6 +197,11 @@ LRESULT CALLBACK windowProc(HWND window, UINT message, WPARAM wParam, LPARAM lPa
         fw->frame->windowMouseLeave();
         return 0;
     }
+    case WM_CTLCOLOREDIT:
+        // The colours of an entry field of the frame's views.
+        if (HBRUSH brush = textFieldColours(reinterpret_cast<HWND>(lParam), reinterpret_cast<HDC>(wParam)))
+            return reinterpret_cast<LRESULT>(brush);
+        break;
     default:
         break;
     }

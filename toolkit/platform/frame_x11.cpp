@@ -4,6 +4,7 @@
 // the release, so that moves and the release reach the pressed view wherever the pointer goes.
 
 #include "toolkit/cbase.h"
+#include "toolkit/platform/display_x11.h"
 #include "toolkit/platform/frame.h"
 #include "toolkit/platform/types_cairo.h"
 
@@ -16,6 +17,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
+#include <map>
 #include <vector>
 
 namespace Plexel
@@ -46,6 +48,8 @@ int trappedErrors = 0;
 // Buttons 8 and 9 have no bit in the core state word.
 int32_t extraButtonsDown = 0;
 Cursor cursors[10] = {};
+// Windows of the toolkit that are no frame, with whoever handles their events.
+std::map<Window, X11EventSink*> sinks;
 
 constexpr Time kDoubleClickTime = 400;
 constexpr int kDoubleClickDistance = 4;
@@ -174,7 +178,14 @@ void onButtonRelease(FrameWindow* fw, const XButtonEvent& e)
 void dispatch(XEvent& event)
 {
     FrameWindow* fw = lookup(event.xany.window);
-    if (!fw) return;
+    // Messages of a drag name the top-level window that stands for the frame's.
+    if (!fw && event.type == ClientMessage) fw = lookup(dropWindowOf(event.xany.window));
+    if (!fw)
+    {
+        auto sink = sinks.find(event.xany.window);
+        if (sink != sinks.end()) sink->second->handleEvent(event);
+        return;
+    }
     switch (event.type)
     {
     case Expose:
@@ -221,8 +232,13 @@ void dispatch(XEvent& event)
         {
             fw->alive = false;
             fw->damaged = false;
+            forgetDropTarget(fw->window);
             fw->frame->windowDestroyed();
         }
+        break;
+    case ClientMessage:
+    case SelectionNotify:
+        handleDropEvent(fw->frame, fw->window, event);
         break;
     default:
         break;
@@ -335,6 +351,7 @@ void destroyFrameWindow(FrameWindow* fw)
 {
     if (!fw) return;
     windows.erase(std::remove(windows.begin(), windows.end(), fw), windows.end());
+    forgetDropTarget(fw->window);
     if (fw->alive) XDestroyWindow(display, fw->window);
     XFlush(display);
     delete fw;
@@ -463,9 +480,10 @@ bool frameWindowOuterSize(const FrameWindow* fw, CRect& out)
     return true;
 }
 
-void setFrameDropTarget(FrameWindow*, bool)
+void setFrameDropTarget(FrameWindow* fw, bool active)
 {
-    // Drags of other programs are not taken on X11 yet: the window announces no drop protocol.
+    if (!fw || !fw->alive) return;
+    setWindowDropTarget(fw->window, active);
 }
 
 bool frameNeedsBackBuffer()
@@ -493,6 +511,26 @@ CPoint nativeWindowScreenPosition(PlatformHandle handle)
     return {x, y};
 }
 
+Display* toolkitDisplay()
+{
+    return connection();
+}
+
+void watchWindow(Window window, X11EventSink* sink)
+{
+    sinks[window] = sink;
+}
+
+void unwatchWindow(Window window)
+{
+    sinks.erase(window);
+}
+
+void dispatchEvent(XEvent& event)
+{
+    dispatch(event);
+}
+
 //------------------------------------------------------------------------------------------------
 
 int32_t platformEventDescriptor()
@@ -513,6 +551,10 @@ bool processPlatformEvents(int32_t waitMilliseconds)
     {
         XEvent event;
         XNextEvent(display, &event);
+        // An input method takes the key events it composes from.
+        if (XFilterEvent(&event, None)) continue;
+        // Keys read through Xlib follow a keyboard that changed its mapping.
+        if (event.type == MappingNotify) XRefreshKeyboardMapping(&event.xmapping);
         dispatch(event);
         any = true;
     }

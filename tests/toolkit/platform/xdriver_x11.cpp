@@ -1,8 +1,14 @@
 #include "../xdriver.h"
 
+#include <X11/XKBlib.h>
+#include <X11/Xatom.h>
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
 #include <X11/extensions/XTest.h>
+#include <X11/keysym.h>
+
+#include <cstring>
+#include <map>
 
 namespace xdriver
 {
@@ -10,6 +16,8 @@ namespace xdriver
 namespace
 {
 Display* display = nullptr;
+Window selectionWindow = 0;
+std::map<Atom, std::string> owned;
 
 Window idOf(PlatformHandle h)
 {
@@ -77,6 +85,132 @@ void button(unsigned int number, bool press)
 {
     XTestFakeButtonEvent(display, number, press ? True : False, CurrentTime);
     XSync(display, False);
+}
+
+void typeKey(unsigned long keysym, bool control)
+{
+    KeyCode code = XKeysymToKeycode(display, keysym);
+    if (!code)
+    {
+        // The highest key without symbols takes the keysym.
+        int low = 0, high = 0, perKey = 0;
+        XDisplayKeycodes(display, &low, &high);
+        KeySym* map = XGetKeyboardMapping(display, KeyCode(low), high - low + 1, &perKey);
+        for (int k = high; k >= low && !code; --k)
+        {
+            bool empty = true;
+            for (int i = 0; i < perKey; ++i)
+                empty = empty && map[(k - low) * perKey + i] == NoSymbol;
+            if (empty) code = KeyCode(k);
+        }
+        XFree(map);
+        KeySym symbols[2] = {keysym, keysym};
+        XChangeKeyboardMapping(display, code, 2, symbols, 1);
+        XSync(display, False);
+    }
+    const bool shift = XkbKeycodeToKeysym(display, code, 0, 0) != keysym &&
+                       XkbKeycodeToKeysym(display, code, 0, 1) == keysym;
+    const KeyCode shiftCode = XKeysymToKeycode(display, XK_Shift_L);
+    const KeyCode controlCode = XKeysymToKeycode(display, XK_Control_L);
+    if (shift) XTestFakeKeyEvent(display, shiftCode, True, CurrentTime);
+    if (control) XTestFakeKeyEvent(display, controlCode, True, CurrentTime);
+    XTestFakeKeyEvent(display, code, True, CurrentTime);
+    XTestFakeKeyEvent(display, code, False, CurrentTime);
+    if (control) XTestFakeKeyEvent(display, controlCode, False, CurrentTime);
+    if (shift) XTestFakeKeyEvent(display, shiftCode, False, CurrentTime);
+    XSync(display, False);
+}
+
+void typeText(const char* text)
+{
+    for (; *text; ++text)
+        typeKey(static_cast<unsigned char>(*text) == ' ' ? XK_space
+                                                         : KeySym(static_cast<unsigned char>(*text)));
+}
+
+void ownSelection(const char* selection, const std::string& bytes)
+{
+    if (!selectionWindow)
+        selectionWindow = XCreateSimpleWindow(display, DefaultRootWindow(display), 0, 0, 1, 1, 0, 0, 0);
+    const Atom atom = XInternAtom(display, selection, False);
+    owned[atom] = bytes;
+    XSetSelectionOwner(display, atom, selectionWindow, CurrentTime);
+    XSync(display, False);
+}
+
+void serveSelections()
+{
+    const Atom utf8 = XInternAtom(display, "UTF8_STRING", False);
+    XEvent e;
+    while (selectionWindow && XCheckTypedWindowEvent(display, selectionWindow, SelectionRequest, &e))
+    {
+        const XSelectionRequestEvent& r = e.xselectionrequest;
+        XEvent reply{};
+        reply.xselection.type = SelectionNotify;
+        reply.xselection.requestor = r.requestor;
+        reply.xselection.selection = r.selection;
+        reply.xselection.target = r.target;
+        reply.xselection.time = r.time;
+        reply.xselection.property = None;
+        auto data = owned.find(r.selection);
+        if (data != owned.end() && r.target == utf8)
+        {
+            XChangeProperty(display, r.requestor, r.property, utf8, 8, PropModeReplace,
+                            reinterpret_cast<const unsigned char*>(data->second.data()),
+                            int(data->second.size()));
+            reply.xselection.property = r.property;
+        }
+        XSendEvent(display, r.requestor, False, NoEventMask, &reply);
+    }
+    XSync(display, False);
+}
+
+void requestSelection(const char* selection)
+{
+    if (!selectionWindow)
+        selectionWindow = XCreateSimpleWindow(display, DefaultRootWindow(display), 0, 0, 1, 1, 0, 0, 0);
+    XConvertSelection(display, XInternAtom(display, selection, False),
+                      XInternAtom(display, "UTF8_STRING", False),
+                      XInternAtom(display, "XDRIVER_SELECTION", False), selectionWindow, CurrentTime);
+    XSync(display, False);
+}
+
+bool readSelection(std::string& out)
+{
+    XEvent e;
+    if (!selectionWindow || !XCheckTypedWindowEvent(display, selectionWindow, SelectionNotify, &e))
+        return false;
+    out.clear();
+    if (e.xselection.property == None) return true;
+    Atom type = None;
+    int format = 0;
+    unsigned long count = 0, after = 0;
+    unsigned char* data = nullptr;
+    if (XGetWindowProperty(display, selectionWindow, e.xselection.property, 0, 65536, True, AnyPropertyType,
+                           &type, &format, &count, &after, &data) == Success &&
+        data)
+        out.assign(reinterpret_cast<char*>(data), count);
+    if (data) XFree(data);
+    return true;
+}
+
+CRect findTopWindow(const char* name)
+{
+    Window root, parent, *children = nullptr;
+    unsigned int count = 0;
+    CRect found;
+    XQueryTree(display, DefaultRootWindow(display), &root, &parent, &children, &count);
+    for (unsigned int i = 0; i < count; ++i)
+    {
+        char* title = nullptr;
+        XWindowAttributes a;
+        if (XFetchName(display, children[i], &title) && title && std::strcmp(title, name) == 0 &&
+            XGetWindowAttributes(display, children[i], &a) && a.map_state == IsViewable)
+            found = CRect(a.x, a.y, a.x + a.width, a.y + a.height);
+        if (title) XFree(title);
+    }
+    if (children) XFree(children);
+    return found;
 }
 
 uint32_t pixel(PlatformHandle window, int x, int y)

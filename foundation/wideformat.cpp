@@ -110,6 +110,8 @@ struct Conversion
         const int n = std::snprintf(text + size, sizeof text - size, format, args...);
         if (n > 0) size = std::min(sizeof text - 1, size + static_cast<size_t>(n));
     }
+    // Appends plain letters, which need no formatting.
+    void add(const char* letters) { add("%s", letters); }
 };
 
 int64_t readNumber(const char16_t*& f)

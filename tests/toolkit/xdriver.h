@@ -23,6 +23,8 @@ void destroyWindow(PlatformHandle window);
 CRect geometry(PlatformHandle window);
 // The first child window of a window, or null.
 PlatformHandle firstChild(PlatformHandle window);
+// Whether the server shows the window now (it and all above it are mapped).
+bool isViewable(PlatformHandle window);
 // Moves the pointer to a point of the root window.
 void movePointer(int x, int y);
 // Presses or releases a button: 1 left, 2 middle, 3 right, 4 and 5 the wheel.

@@ -63,7 +63,9 @@ protected:
         frame = new CFrame(CRect(0, 0, 300, 200), host, nullptr);
         edit = new CTextEdit(CRect(10, 50, 150, 70), &listener, 3, "old");
         frame->addView(edit);
-        pumpFor(200);
+        // A click that reaches the server before the frame's window is shown goes to no one.
+        ASSERT_TRUE(pumpUntil([&] { return xdriver::isViewable(frame->nativeWindow()); }));
+        pumpFor(100);
     }
     void TearDown() override
     {
@@ -74,7 +76,13 @@ protected:
     void open()
     {
         click(40, 60);
-        ASSERT_TRUE(pumpUntil([&] { return edit->isEditing(); }));
+        if (!pumpUntil([&] { return edit->isEditing(); }))
+        {
+            // On a heavily loaded server a click soon after the last field closed can be lost
+            // between the two connections; a user clicks again, and so does the test, once.
+            click(40, 60);
+            ASSERT_TRUE(pumpUntil([&] { return edit->isEditing(); }));
+        }
         pumpFor(100);
     }
     void typeAndWait(unsigned long keysym, bool control = false)

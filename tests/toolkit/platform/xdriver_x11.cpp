@@ -75,6 +75,12 @@ PlatformHandle firstChild(PlatformHandle window)
     return reinterpret_cast<PlatformHandle>(uintptr_t(child));
 }
 
+bool isViewable(PlatformHandle window)
+{
+    XWindowAttributes a;
+    return window && XGetWindowAttributes(display, idOf(window), &a) && a.map_state == IsViewable;
+}
+
 void movePointer(int x, int y)
 {
     XTestFakeMotionEvent(display, -1, x, y, CurrentTime);

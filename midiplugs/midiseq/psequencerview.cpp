@@ -152,11 +152,13 @@ tresult PSequencerView::attachToParent(PNativeWindow window, const char* type)
     editorThread.store(std::this_thread::get_id());
     fitNotes(false);
     mirrorShownRows();
+    startIdleTimer();
     return kResultOk;
 }
 
 tresult PSequencerView::detachFromParent()
 {
+    stopIdleTimer();
     // The frame owns the views and takes them with it.
     if (frame) frame->release();
     frame = nullptr;

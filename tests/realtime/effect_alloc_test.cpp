@@ -95,7 +95,8 @@ TEST(EffectAllocationTest, EventThreadCallsMakeNoHeapCall)
 
     // The counter itself sees a heap call.
     AllocationCount probe;
-    auto* boxed = new int(1);
+    static int* volatile boxed;
+    boxed = new int(1);
     delete boxed;
     EXPECT_GE(probe.stop(), 2);
 

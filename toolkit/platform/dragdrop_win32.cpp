@@ -5,6 +5,7 @@
 #include "toolkit/platform/dragdrop_win32.h"
 
 #include "foundation/textcodec.h"
+#include "toolkit/cview.h"
 #include "toolkit/platform/frame.h"
 
 #include <shlobj.h>

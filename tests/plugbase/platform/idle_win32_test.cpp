@@ -61,8 +61,13 @@ template <class Done> bool pumpUntil(Done done)
 
 TEST(EditorIdleWin32, TheFramesWindowDrivesIdleFromTheHostsMessageLoop)
 {
-    HWND host = CreateWindowExW(WS_EX_NOACTIVATE, L"STATIC", L"host", WS_POPUP | WS_CLIPCHILDREN, 100, 80,
-                                120, 80, nullptr, nullptr, GetModuleHandleW(nullptr), nullptr);
+    WNDCLASSW hostClass{};
+    hostClass.lpfnWndProc = DefWindowProcW;
+    hostClass.hInstance = GetModuleHandleW(nullptr);
+    hostClass.lpszClassName = L"EditorIdleTestHost";
+    RegisterClassW(&hostClass);
+    HWND host = CreateWindowExW(WS_EX_NOACTIVATE, L"EditorIdleTestHost", L"host", WS_POPUP | WS_CLIPCHILDREN,
+                                100, 80, 120, 80, nullptr, nullptr, GetModuleHandleW(nullptr), nullptr);
     ASSERT_NE(host, nullptr);
     ShowWindow(host, SW_SHOWNOACTIVATE);
     Editor editor;

@@ -37,6 +37,23 @@ void BM_LockUnlockPair(benchmark::State& state)
 }
 BENCHMARK(BM_LockUnlockPair);
 
+// The floor for a range without a grid point: what any engine must pay to look at shared state
+// safely and reach the host once.
+void BM_LockUnlockPairAndIndirectCall(benchmark::State& state)
+{
+    FLock lock;
+    NullTrack track;
+    IHostMidiTrack* host = &track;
+    for (auto _ : state)
+    {
+        benchmark::DoNotOptimize(host);
+        lock.lock();
+        benchmark::DoNotOptimize(host->getChannel());
+        lock.unlock();
+    }
+}
+BENCHMARK(BM_LockUnlockPairAndIndirectCall);
+
 void BM_ProcessNoGridPoint(benchmark::State& state)
 {
     auto engine = fullPattern(0.5f);

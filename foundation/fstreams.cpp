@@ -287,7 +287,7 @@ int64_t OrnFileStream::seek(int64_t offset, int32_t mode)
     if (mode == 1)
         target = position + offset;
     else if (mode == 2)
-        target = stream->getSize() - offset;
+        target = stream->getSize() + offset; // as the file itself counts from its end
     else
         target = offset;
 
@@ -295,7 +295,7 @@ int64_t OrnFileStream::seek(int64_t offset, int32_t mode)
     if (target >= position && target <= position + readAheadCount)
     {
         readAheadCount = position + readAheadCount - target;
-        return offset;
+        return target; // the new position, as the file itself answers
     }
     // The file stands ahead of the reader by what is buffered; a relative seek must start from
     // where the reader is.

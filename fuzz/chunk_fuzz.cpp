@@ -1,11 +1,16 @@
-// Feeds arbitrary project chunks to the effect and then plays them: whatever a damaged or
-// hostile project holds, the module must neither crash nor hang its host.
+// Feeds arbitrary project chunks to the effect in the stand-in host, then drives it as a host
+// would (pattern-selecting note-ons, parameter changes taken from the input's last bytes) and plays
+// it: whatever a damaged or hostile project holds, the module must neither crash nor hang its host.
 
+#include "host/kit/hostcontext.h"
+#include "host/kit/hostmiditrack.h"
 #include "midiplugs/midiseq/pmidiseq.h"
 #include "tests/support/nulltrack.h"
 
 #include <cstdint>
 #include <cstring>
+#include <filesystem>
+#include <string>
 #include <vector>
 
 namespace
@@ -28,13 +33,44 @@ std::vector<uint8_t> chunkFrom(const uint8_t* data, size_t size)
         chunk[i] = data[(i - 8) % size];
     return chunk;
 }
+// A host of its own for every input, so that no input leaves anything behind for the next.
+hostkit::HostContext* newHost()
+{
+    hostkit::HostOptions options;
+    options.settingsPath = (std::filesystem::temp_directory_path() / "tremolin-chunk-fuzz.settings").string();
+    return new hostkit::HostContext(options);
+}
+
+// The input's last bytes, two at a time: a parameter and its new value, or a note-on.
+void driveAsAHost(PMidiSeq* effect, hostkit::HostMidiTrack& track, const uint8_t* data, size_t size)
+{
+    const size_t count = size < 64 ? size : 64;
+    const uint8_t* script = data + size - count;
+    for (size_t i = 0; i + 1 < count; i += 2)
+    {
+        const int32_t tag = script[i] % 20;
+        const int32_t value = int8_t(script[i + 1]);
+        if (tag >= kTagCount)
+        {
+            HostMidiEvent* event = track.makeIncoming(tag == kTagCount ? 0x90 : 0x80, value & 0x7F, 100, 0);
+            effect->processEvent(event);
+            track.releaseEvent(event);
+            continue;
+        }
+        IHostValue* found = nullptr;
+        if (IHostValue* v = (effect->getValueAt(tag, &found), found)) v->setInt(value);
+    }
+}
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     const std::vector<uint8_t> chunk = chunkFrom(data, size);
+    hostkit::HostContext* host = newHost();
     PMidiSeq* effect = new PMidiSeq;
+    effect->initialize(host);
     effect->setChunk(chunk.data(), static_cast<int32_t>(chunk.size()));
+    driveAsAHost(effect, host->track(), data, size);
 
     NullTrack track;
     PMidiSeqEngine& engine = effect->getEngine();
@@ -63,6 +99,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     std::vector<uint8_t> back(kChunkSize);
     int32_t backSize = 0;
     effect->getChunk(back.data(), &backSize);
+    effect->terminate();
     effect->release();
+    host->unbindValues();
+    host->release();
     return 0;
 }

@@ -144,7 +144,28 @@ PluginGUIEditor::PluginGUIEditor(const CRect* initial, PMidiEffectBase* owner)
 
 PluginGUIEditor::~PluginGUIEditor()
 {
+    stopIdleTimer();
     plugbase::platform::leaveEditor();
+}
+
+void PluginGUIEditor::startIdleTimer()
+{
+    if (timerWindow || !frame) return;
+    void* window = frame->nativeWindow();
+    if (plugbase::platform::startIdleTimer(window, &PluginGUIEditor::idleTick, this, kIdleTimerMilliseconds))
+        timerWindow = window;
+}
+
+void PluginGUIEditor::stopIdleTimer()
+{
+    if (!timerWindow) return;
+    plugbase::platform::stopIdleTimer(timerWindow, this);
+    timerWindow = nullptr;
+}
+
+void PluginGUIEditor::idleTick(void* editor)
+{
+    static_cast<PluginGUIEditor*>(editor)->idle();
 }
 
 tresult PluginGUIEditor::supportsPlatformType(const char* type)

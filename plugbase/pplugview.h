@@ -85,7 +85,18 @@ public:
     static Clock systemClock();
 
 protected:
+    // Where the platform lends the host's message loop (Windows), the frame's own window drives
+    // idle with a timer, so that a host that knows only the view's operations still sees marked
+    // views repainted. Called once the frame has its window, and before it goes.
+    void startIdleTimer();
+    void stopIdleTimer();
+    static constexpr uint32_t kIdleTimerMilliseconds = 30;
+
     PMidiEffectBase* effectValue;
     uint32_t nextIdle;
     bool inIdle = false;
+
+private:
+    static void idleTick(void* editor);
+    void* timerWindow = nullptr;
 };

@@ -28,15 +28,15 @@ template <class T> struct Queried
     T* face = nullptr;
 };
 
-// Walks the list the way every lookup does, through a heap iterator that is gone on return,
-// until `visit` says it has found what it wanted.
+// Walks the list until `visit` says it has found what it wanted. The iterator lives on the stack:
+// lookups run on the host's event thread (a note-on selects a pattern by its tag), where a call
+// into the allocator may stall.
 template <class Visit> PValueEntry* findEntry(const PValueList& list, Visit visit)
 {
-    std::unique_ptr<TIterator<PValueEntry*>> it(const_cast<PValueList&>(list).newIterator());
-    if (!it) return nullptr;
-    while (!it->isDone())
+    TLinkedListIterator<PValueEntry*> it(const_cast<PValueList*>(&list));
+    while (!it.isDone())
     {
-        PValueEntry* entry = it->next();
+        PValueEntry* entry = it.next();
         if (entry && entry->value && visit(*entry)) return entry;
     }
     return nullptr;
@@ -219,8 +219,8 @@ IHostValue* PValueContainer::getValueByTag(int32_t tag) const
 IHostValue* PValueContainer::getValueByName(const char* name) const
 {
     if (!name) return nullptr;
-    // A view over the caller's text: the lookup runs on the event thread and must not allocate
-    // more than the iterator.
+    // A view over the caller's text: the lookup may run on the event thread and must not
+    // allocate.
     const ConstString wanted(name);
     PValueEntry* entry =
         findEntry(*list, [&wanted](PValueEntry& e) { return e.name.compare(wanted, 0) == 0; });

@@ -189,10 +189,10 @@ CRect& CDrawContext::copyClipRect(CRect& out) const
 
 void CDrawContext::resetClipRect()
 {
-    CRect r = initialClip(frameValue);
-    native->setClip(r);
-    clipRect = r;
-    clipRect.offset(-offset.x, -offset.y);
+    // Kept as setClipRect keeps it, with the offset in, so that a later equal request is seen
+    // for what it is.
+    clipRect = initialClip(frameValue);
+    native->setClip(clipRect);
 }
 
 void CDrawContext::setFrameColor(const CColor& color)
@@ -239,7 +239,9 @@ void CDrawContext::setDrawMode(int32_t mode)
 void CDrawContext::setFont(CFontDesc* font, int32_t size, int32_t style)
 {
     if (!font) return;
-    if (fontValue) fontValue->release();
+    // The new description is taken before the old one goes: they may be the same object, held
+    // by nothing but this context.
+    CFontDesc* old = fontValue;
     if ((size <= 0 || size == font->fontSize()) && (style == -1 || style == font->fontStyle()))
     {
         font->retain();
@@ -250,6 +252,7 @@ void CDrawContext::setFont(CFontDesc* font, int32_t size, int32_t style)
         fontValue = new CFontDesc(font->name(), size > 0 ? size : font->fontSize(),
                                   style != -1 ? style : font->fontStyle());
     }
+    if (old) old->release();
 }
 
 //------------------------------------------------------------------------------------------------

@@ -243,8 +243,8 @@ void CViewContainer::drawInRect(CDrawContext* context, const CRect& updateRect)
     CRect oldClip;
     context->copyClipRect(oldClip);
     const CRect keptClip = oldClip;
-    if (intoOffscreen && static_cast<const CView*>(frameValue) != this)
-        oldClip = CRect(0, 0, oldClip.width(), oldClip.height());
+    // The offscreen has the container's own coordinates: the clip moves with it.
+    if (intoOffscreen && static_cast<const CView*>(frameValue) != this) oldClip.offset(-size.left, -size.top);
 
     CRect newClip = local;
     newClip.bound(oldClip);

@@ -1,14 +1,21 @@
 #include "host/kit/hostmiditrack.h"
 
+#include <cstddef>
+#include <functional>
+#include <mutex>
+
 namespace hostkit
 {
-HostMidiTrack::HostMidiTrack() = default;
-
-HostMidiTrack::~HostMidiTrack()
+HostMidiTrack::HostMidiTrack()
+    : store(new HostMidiEvent[kEventCapacity]), inUse(new bool[kEventCapacity]()),
+      freeSlots(new int32_t[kEventCapacity]), freeCount(kEventCapacity)
 {
-    for (HostMidiEvent* event : live)
-        delete event;
+    for (int32_t i = 0; i < kEventCapacity; ++i)
+        freeSlots[i] = kEventCapacity - 1 - i;
+    output.reserve(kOutputReserve);
 }
+
+HostMidiTrack::~HostMidiTrack() = default;
 
 tresult HostMidiTrack::queryInterface(const TUID iid, void** obj)
 {
@@ -23,43 +30,56 @@ tresult HostMidiTrack::queryInterface(const TUID iid, void** obj)
     return kNoInterface;
 }
 
+// Any pointer a module hands back is checked against the store without being followed: one that
+// the track never made, or made and took back, is a fault.
 bool HostMidiTrack::isLive(HostMidiEvent* event) const
 {
-    return event && live.count(event) != 0;
+    const std::less<const HostMidiEvent*> before;
+    const HostMidiEvent* first = store.get();
+    if (!event || before(event, first) || !before(event, first + kEventCapacity)) return false;
+    const auto offset = reinterpret_cast<uintptr_t>(event) - reinterpret_cast<uintptr_t>(first);
+    if (offset % sizeof(HostMidiEvent) != 0) return false;
+    return inUse[offset / sizeof(HostMidiEvent)];
+}
+
+HostMidiEvent* HostMidiTrack::allocate(const HostMidiEvent& initial)
+{
+    std::lock_guard<SpinLock> guard(mutex);
+    // With every event out the track makes no more, as a host with a full event pool refuses.
+    if (freeCount == 0) return nullptr;
+    const int32_t slot = freeSlots[--freeCount];
+    inUse[slot] = true;
+    store[slot] = initial;
+    return &store[slot];
 }
 
 HostMidiEvent* HostMidiTrack::createEvent(uint8_t status, int32_t data1, int32_t data2, int32_t length)
 {
-    auto* event = new HostMidiEvent{status, data1, data2, length, 0};
-    std::lock_guard<std::mutex> guard(mutex);
-    live.insert(event);
-    return event;
+    return allocate({status, data1, data2, length, 0});
 }
 
 HostMidiEvent* HostMidiTrack::makeIncoming(uint8_t status, int32_t data1, int32_t data2, int32_t time)
 {
-    auto* event = new HostMidiEvent{status, data1, data2, 0, time};
-    std::lock_guard<std::mutex> guard(mutex);
-    live.insert(event);
-    return event;
+    return allocate({status, data1, data2, 0, time});
 }
 
 tresult HostMidiTrack::releaseEvent(HostMidiEvent* event)
 {
-    std::lock_guard<std::mutex> guard(mutex);
+    std::lock_guard<SpinLock> guard(mutex);
     if (!isLive(event))
     {
         ++faultCount;
         return kInvalidArgument;
     }
-    live.erase(event);
-    delete event;
+    const auto slot = static_cast<int32_t>(event - store.get());
+    inUse[slot] = false;
+    freeSlots[freeCount++] = slot;
     return kResultOk;
 }
 
 tresult HostMidiTrack::sendEvent(HostMidiEvent* event)
 {
-    std::lock_guard<std::mutex> guard(mutex);
+    std::lock_guard<SpinLock> guard(mutex);
     if (!isLive(event))
     {
         ++faultCount;
@@ -71,7 +91,7 @@ tresult HostMidiTrack::sendEvent(HostMidiEvent* event)
 
 tresult HostMidiTrack::forwardEvent(HostMidiEvent* event)
 {
-    std::lock_guard<std::mutex> guard(mutex);
+    std::lock_guard<SpinLock> guard(mutex);
     if (!isLive(event))
     {
         ++faultCount;
@@ -84,7 +104,7 @@ tresult HostMidiTrack::forwardEvent(HostMidiEvent* event)
 
 tresult HostMidiTrack::setEventTime(HostMidiEvent* event, int32_t ticks)
 {
-    std::lock_guard<std::mutex> guard(mutex);
+    std::lock_guard<SpinLock> guard(mutex);
     if (!isLive(event))
     {
         ++faultCount;
@@ -96,7 +116,7 @@ tresult HostMidiTrack::setEventTime(HostMidiEvent* event, int32_t ticks)
 
 int32_t HostMidiTrack::eventStatus(HostMidiEvent* event)
 {
-    std::lock_guard<std::mutex> guard(mutex);
+    std::lock_guard<SpinLock> guard(mutex);
     if (!isLive(event))
     {
         ++faultCount;
@@ -108,7 +128,7 @@ int32_t HostMidiTrack::eventStatus(HostMidiEvent* event)
 
 int32_t HostMidiTrack::eventData1(HostMidiEvent* event)
 {
-    std::lock_guard<std::mutex> guard(mutex);
+    std::lock_guard<SpinLock> guard(mutex);
     if (!isLive(event))
     {
         ++faultCount;
@@ -164,33 +184,56 @@ void HostMidiTrack::setForwarding(bool on)
 
 std::vector<TrackEvent> HostMidiTrack::events()
 {
-    std::lock_guard<std::mutex> guard(mutex);
-    return output;
+    // Reserved before the lock is taken, so the event thread never spins through an allocation.
+    std::vector<TrackEvent> copy;
+    for (;;)
+    {
+        size_t wanted;
+        {
+            std::lock_guard<SpinLock> guard(mutex);
+            wanted = output.size();
+        }
+        copy.reserve(wanted + 64);
+        std::lock_guard<SpinLock> guard(mutex);
+        if (output.size() <= copy.capacity())
+        {
+            copy.assign(output.begin(), output.end());
+            return copy;
+        }
+    }
 }
 
 void HostMidiTrack::clearEvents()
 {
-    std::lock_guard<std::mutex> guard(mutex);
+    std::lock_guard<SpinLock> guard(mutex);
     output.clear();
 }
 
 std::vector<TrackEvent> HostMidiTrack::takeEvents()
 {
     std::vector<TrackEvent> taken;
-    std::lock_guard<std::mutex> guard(mutex);
-    taken.swap(output);
+    taken.reserve(kOutputReserve);
+    takeEvents(taken);
     return taken;
+}
+
+void HostMidiTrack::takeEvents(std::vector<TrackEvent>& into)
+{
+    into.clear();
+    std::lock_guard<SpinLock> guard(mutex);
+    into.assign(output.begin(), output.end());
+    output.clear(); // keeps its reserve
 }
 
 int32_t HostMidiTrack::faults()
 {
-    std::lock_guard<std::mutex> guard(mutex);
+    std::lock_guard<SpinLock> guard(mutex);
     return faultCount;
 }
 
 int32_t HostMidiTrack::eventsAlive()
 {
-    std::lock_guard<std::mutex> guard(mutex);
-    return static_cast<int32_t>(live.size());
+    std::lock_guard<SpinLock> guard(mutex);
+    return kEventCapacity - freeCount;
 }
 } // namespace hostkit

@@ -2,15 +2,16 @@
 
 // The host's MIDI track: makes the event objects a module fills, records every event that it
 // sends (or forwards) with its time, hands incoming events to processEvent, and answers grid
-// queries.
+// queries. Everything a module calls runs on the host's event thread, so the events come from a
+// store made up front and the track's lock spins instead of sleeping: no call makes a heap or
+// system call while the output stays within its reserve.
 
 #include "foundation/frefcounted.h"
 #include "module/hostinterfaces.h"
 
 #include <atomic>
 #include <cstdint>
-#include <mutex>
-#include <unordered_set>
+#include <memory>
 #include <vector>
 
 // The host's event object. Modules only ever hold the pointer.
@@ -40,9 +41,32 @@ struct TrackEvent
     int32_t channel() const { return status & 0x0F; }
 };
 
+// A lock for sections of a few stores: a waiter spins rather than asking the system to sleep.
+class SpinLock
+{
+public:
+    void lock()
+    {
+        while (flag.test_and_set(std::memory_order_acquire))
+            while (flag.test(std::memory_order_relaxed))
+            {
+            }
+    }
+    void unlock() { flag.clear(std::memory_order_release); }
+
+private:
+    std::atomic_flag flag;
+};
+
 class HostMidiTrack final : public IHostMidiTrack, public FRefCounted<HostMidiTrack>
 {
 public:
+    // Events alive at once: the engine holds one at a time, a host a few incoming ones.
+    static constexpr int32_t kEventCapacity = 256;
+    // Events kept before a reader takes them; a live reader drains them every block, and only an
+    // offline render that reads at the end goes past this (the store then grows).
+    static constexpr size_t kOutputReserve = 1 << 15;
+
     // Where the grid that getGridInfo reports starts: at the bar that holds the tick, or at 0.
     enum class GridOrigin
     {
@@ -82,6 +106,9 @@ public:
     // The events sent since the last call, taken off the track in one step, so that a reader on
     // another thread neither misses one nor sees one twice.
     std::vector<TrackEvent> takeEvents();
+    // The same into the caller's vector, which makes no heap call while its capacity holds them
+    // (reserve kOutputReserve once): for a reader on the event thread.
+    void takeEvents(std::vector<TrackEvent>& into);
     // Calls with an event the track never made or has already taken back; events made and
     // never given back.
     int32_t faults();
@@ -91,9 +118,13 @@ private:
     ~HostMidiTrack();
     friend class FRefCounted<HostMidiTrack>;
     bool isLive(HostMidiEvent* event) const;
+    HostMidiEvent* allocate(const HostMidiEvent& initial);
 
-    std::mutex mutex;
-    std::unordered_set<HostMidiEvent*> live;
+    SpinLock mutex;
+    std::unique_ptr<HostMidiEvent[]> store;
+    std::unique_ptr<bool[]> inUse;
+    std::unique_ptr<int32_t[]> freeSlots; // a stack of free indices into store
+    int32_t freeCount = 0;
     std::vector<TrackEvent> output;
     int32_t faultCount = 0;
     std::atomic<int32_t> channel{-1};

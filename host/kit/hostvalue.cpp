@@ -120,7 +120,8 @@ bool HostValue::storeInt(int32_t value)
         stored = value != 0 ? 1 : 0;
         break;
     case Kind::List:
-        stored = clampInt(value, 0, maxIntLocked());
+        // The plain index as given: an effect may show "none of the entries" with the index past
+        // the last one, and clamping it would hand back an entry the effect never chose.
         break;
     case Kind::Float:
     {

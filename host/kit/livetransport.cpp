@@ -44,6 +44,9 @@ void LiveTransport::run()
     Clock::time_point origin = Clock::now();
     int32_t position = 0;
     effect->reposition(position);
+    // Made before the first block: taking the sent events then costs no heap call.
+    std::vector<TrackEvent> sent;
+    sent.reserve(HostMidiTrack::kOutputReserve);
     std::unique_lock<std::mutex> lock(mutex);
     while (!stopping)
     {
@@ -66,7 +69,7 @@ void LiveTransport::run()
             position += block;
         }
         next.store(position);
-        std::vector<TrackEvent> sent = track.takeEvents();
+        track.takeEvents(sent);
         if (listener && !sent.empty()) listener(sent);
         lock.lock();
         wake.wait_for(lock, period, [this] { return stopping; });

@@ -87,6 +87,9 @@ void PMidiSeqEngine::setCurrentPatternIndex(int32_t index)
 
 void PMidiSeqEngine::process(int32_t from, int32_t to, IHostMidiTrack* track)
 {
+    // Only the event thread moves the next grid point (here and in locate), so it reads it without
+    // the lock: a range that ends before it, most ranges a host plays, touches nothing shared.
+    if (nextTick >= to) return;
     FLockGuard guard(engineLock);
     // The pattern and its header are read once: a switch or an edit from another thread takes
     // effect at the next call.

@@ -319,8 +319,13 @@ tresult PMidiSeq::valueChanged(IHostValue* value, int32_t tag)
         break;
     }
     case kTagQuantize:
-        engine.setQuantize(PMidiSeqEngine::quantizeTicks(value->getInt()));
+    {
+        // A pattern saved with a step size outside the table shows the index past its end; that
+        // index names no step size, so it must not overwrite the one the pattern holds.
+        const int32_t index = value->getInt();
+        if (index >= 0 && index < kQuantizeCount) engine.setQuantize(PMidiSeqEngine::quantizeTicks(index));
         break;
+    }
     case kTagSwing:
     {
         const int32_t max = value->getMaxInt();

@@ -149,12 +149,16 @@ tresult PSequencerView::attachToParent(PNativeWindow window, const char* type)
     frame->addView(bars);
 
     background->release();
+    editorThread.store(std::this_thread::get_id());
     fitNotes(false);
+    mirrorShownRows();
+    startIdleTimer();
     return kResultOk;
 }
 
 tresult PSequencerView::detachFromParent()
 {
+    stopIdleTimer();
     // The frame owns the views and takes them with it.
     if (frame) frame->release();
     frame = nullptr;
@@ -162,6 +166,7 @@ tresult PSequencerView::detachFromParent()
     tieMatrix = nullptr;
     bars = nullptr;
     aboutView = nullptr;
+    mirrorShownRows();
     PPluginView::detachFromParent();
     return kResultOk;
 }
@@ -389,23 +394,48 @@ bool PSequencerView::onBarEvent(int32_t, int32_t index, float value, uint32_t fl
 //------------------------------------------------------------------------------------------------
 // What the effect calls
 
+bool PSequencerView::onEditorThread() const
+{
+    return std::this_thread::get_id() == editorThread.load(std::memory_order_relaxed);
+}
+
+void PSequencerView::request(uint32_t what)
+{
+    requests.fetch_or(what, std::memory_order_release);
+}
+
 void PSequencerView::redrawNotes()
 {
-    if (noteMatrix) noteMatrix->invalidate();
+    if (!onEditorThread())
+        request(kRequestNotes);
+    else if (noteMatrix)
+        noteMatrix->invalidate();
 }
 
 void PSequencerView::redrawTies()
 {
-    if (tieMatrix) tieMatrix->invalidate();
+    if (!onEditorThread())
+        request(kRequestTies);
+    else if (tieMatrix)
+        tieMatrix->invalidate();
 }
 
 void PSequencerView::redrawBars()
 {
-    if (bars) bars->invalidate();
+    if (!onEditorThread())
+        request(kRequestBars);
+    else if (bars)
+        bars->invalidate();
 }
 
 void PSequencerView::selectLane(int32_t newLane)
 {
+    if (!onEditorThread())
+    {
+        requestedLane.store(newLane, std::memory_order_relaxed);
+        request(kRequestLane);
+        return;
+    }
     if (newLane == lane) return;
     lane = newLane;
     redrawBars();
@@ -413,6 +443,13 @@ void PSequencerView::selectLane(int32_t newLane)
 
 void PSequencerView::fitNotes(bool toLowest)
 {
+    if (!onEditorThread())
+    {
+        // The later request wins, as the later call would on the editor's thread.
+        requests.fetch_and(~uint32_t(kRequestFitHighest | kRequestFitLowest), std::memory_order_relaxed);
+        request(toLowest ? kRequestFitLowest : kRequestFitHighest);
+        return;
+    }
     if (!noteMatrix) return;
     const PSeqPattern& shown = pattern();
     if (toLowest)
@@ -429,15 +466,54 @@ void PSequencerView::fitNotes(bool toLowest)
         const int32_t highest = shown.highestNote();
         if (highest != -1) noteMatrix->setFirstRow(noteOfRow(highest));
     }
+    mirrorShownRows();
 }
 
 bool PSequencerView::visibleNotes(int32_t& lowNote, int32_t& highNote)
 {
-    if (!noteMatrix) return false;
-    const int32_t top = noteMatrix->firstRow();
+    int32_t top;
+    if (onEditorThread())
+    {
+        if (!noteMatrix) return false;
+        top = noteMatrix->firstRow();
+    }
+    else
+    {
+        // As the screen showed it at the last idle.
+        if (!rowsShown.load(std::memory_order_acquire)) return false;
+        top = shownFirstRow.load(std::memory_order_relaxed);
+    }
     lowNote = lowestVisibleNote(top);
     highNote = noteOfRow(top);
     return true;
+}
+
+void PSequencerView::mirrorShownRows()
+{
+    if (noteMatrix) shownFirstRow.store(noteMatrix->firstRow(), std::memory_order_relaxed);
+    rowsShown.store(noteMatrix != nullptr, std::memory_order_release);
+}
+
+void PSequencerView::carryOutRequests()
+{
+    const uint32_t pending = requests.exchange(0, std::memory_order_acquire);
+    if (pending & kRequestLane) selectLane(requestedLane.load(std::memory_order_relaxed));
+    if (pending & (kRequestFitHighest | kRequestFitLowest)) fitNotes((pending & kRequestFitLowest) != 0);
+    if (pending & kRequestTies) redrawTies();
+    if (pending & kRequestNotes) redrawNotes();
+    if (pending & kRequestBars) redrawBars();
+    for (int32_t toggles = aboutToggles.exchange(0); toggles > 0; --toggles)
+        toggleAbout();
+}
+
+tresult PSequencerView::idle()
+{
+    if (onEditorThread())
+    {
+        carryOutRequests();
+        mirrorShownRows();
+    }
+    return PluginGUIEditor::idle();
 }
 
 bool PSequencerView::isNoteVisible(int32_t note)
@@ -466,6 +542,11 @@ void PSequencerView::effectClosed()
 
 void PSequencerView::toggleAbout()
 {
+    if (!onEditorThread())
+    {
+        aboutToggles.fetch_add(1, std::memory_order_relaxed);
+        return;
+    }
     if (!aboutView) return;
     if (aboutView->isShown())
         aboutView->hide();

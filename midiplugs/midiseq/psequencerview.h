@@ -11,6 +11,9 @@
 #include "toolkit/cbarsview.h"
 #include "toolkit/cmatrix.h"
 
+#include <atomic>
+#include <thread>
+
 class PMidiSeq;
 class PAboutView;
 
@@ -52,7 +55,10 @@ public:
                  const Plexel::CRect& rect) override;
     bool onBarEvent(int32_t barsId, int32_t index, float value, uint32_t flags) override;
 
-    // What the effect calls after a change; each is safe while no window shows the editor.
+    // What the effect calls after a change; each is safe while no window shows the editor. The
+    // effect may call them on the host's event thread (a note-on selects a pattern), which must
+    // not touch the window system or the views: from there each becomes a request that the
+    // editor's own thread carries out at its next idle.
     void redrawNotes() override;
     void redrawTies() override;
     void redrawBars() override;
@@ -63,6 +69,9 @@ public:
     void toggleAbout() override;
     void effectClosed() override;
     bool isNoteVisible(int32_t note);
+
+    // Carries out the requests of other threads, then repaints what is dirty.
+    tresult idle() override;
 
     int32_t currentLane() const { return lane; }
     Plexel::CMatrix* noteGrid() const { return noteMatrix; }
@@ -86,4 +95,27 @@ private:
     int32_t lane = kLaneVelocity;
     Plexel::CBitmap* tieBitmap = nullptr;
     PAboutView* aboutView = nullptr;
+
+    enum Request : uint32_t
+    {
+        kRequestNotes = 1,
+        kRequestTies = 2,
+        kRequestBars = 4,
+        kRequestFitHighest = 8,
+        kRequestFitLowest = 16,
+        kRequestLane = 32
+    };
+    // True on the thread that made the editor and serves its window.
+    bool onEditorThread() const;
+    void request(uint32_t what);
+    void carryOutRequests();
+    // What other threads may read of the views: copied on the editor's thread at every idle.
+    void mirrorShownRows();
+
+    std::atomic<std::thread::id> editorThread{std::this_thread::get_id()};
+    std::atomic<uint32_t> requests{0};
+    std::atomic<int32_t> requestedLane{0};
+    std::atomic<int32_t> aboutToggles{0};
+    std::atomic<bool> rowsShown{false};
+    std::atomic<int32_t> shownFirstRow{kOpeningRow};
 };

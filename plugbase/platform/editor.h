@@ -12,6 +12,11 @@ void dispatchOnePaint();
 // Handles every event waiting for the editor's windows; a no-op where the host's own message loop
 // reaches them.
 void serviceWindows();
+// Calls tick(context) about every `milliseconds` on the thread that serves `window` (the editor's
+// own frame window), from the host's message loop: no thread of ours. False where the platform
+// has no such loop to lend and the host's periodic call must drive the editor.
+bool startIdleTimer(void* window, void (*tick)(void*), void* context, uint32_t milliseconds);
+void stopIdleTimer(void* window, void* context);
 // The drag-and-drop and clipboard services that an editor window may use, per editor object.
 void enterEditor();
 void leaveEditor();

@@ -18,6 +18,14 @@ void serviceWindows()
     Plexel::processPlatformEvents(0);
 }
 
+// The toolkit's X connection is served only from the host's periodic call (serviceIdle).
+bool startIdleTimer(void*, void (*)(void*), void*, uint32_t)
+{
+    return false;
+}
+
+void stopIdleTimer(void*, void*) {}
+
 void enterEditor() {}
 void leaveEditor() {}
 } // namespace plugbase::platform

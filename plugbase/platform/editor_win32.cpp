@@ -1,5 +1,5 @@
-// The editor's system services on Windows: the paint message of the thread's queue, and OLE for
-// the frame's drop target.
+// The editor's system services on Windows: the paint message of the thread's queue, OLE for the
+// frame's drop target, and a timer on the frame's window that keeps the editor idling.
 
 #include "plugbase/platform/editor.h"
 
@@ -17,6 +17,31 @@ void dispatchOnePaint()
 }
 
 void serviceWindows() {}
+
+namespace
+{
+// One tick function serves every editor of the module; the timer's identifier is the editor.
+void (*timerTick)(void*) = nullptr;
+
+void CALLBACK onTimer(HWND, UINT, UINT_PTR id, DWORD)
+{
+    if (timerTick) timerTick(reinterpret_cast<void*>(id));
+}
+} // namespace
+
+bool startIdleTimer(void* window, void (*tick)(void*), void* context, uint32_t milliseconds)
+{
+    if (!window || !tick) return false;
+    timerTick = tick;
+    return SetTimer(static_cast<HWND>(window), reinterpret_cast<UINT_PTR>(context), milliseconds, onTimer) !=
+           0;
+}
+
+void stopIdleTimer(void* window, void* context)
+{
+    if (window && IsWindow(static_cast<HWND>(window)))
+        KillTimer(static_cast<HWND>(window), reinterpret_cast<UINT_PTR>(context));
+}
 
 void enterEditor()
 {

@@ -435,6 +435,56 @@ TEST(EffectModuleTest, SettingAChunkRefreshesTheParameters)
     EXPECT_EQ(target.value("Length")->getInt(), 3);
 }
 
+TEST(EffectModuleTest, AStepSizeOutsideTheTableIsKeptAndPlayed)
+{
+    for (const int32_t ticks : {100, 7, 2000})
+    {
+        SCOPED_TRACE(ticks);
+        LoadedEffect loaded;
+        std::vector<uint8_t> bytes = loaded.getChunk();
+        auto put = [&](size_t offset, int32_t value)
+        {
+            for (int i = 0; i < 4; ++i)
+                bytes[offset + size_t(i)] = uint8_t(uint32_t(value) >> (24 - 8 * i));
+        };
+        // Pattern 3 is current, pattern 5 is reached by a note-on; both steps hold a note.
+        for (const int32_t pattern : {2, 4})
+        {
+            const size_t at = 8 + 780 * size_t(pattern);
+            put(at, 60);
+            put(at + 24, 62);
+            put(at + 768, 2);
+            put(at + 772, ticks);
+        }
+        put(156008, 2);
+        ASSERT_EQ(loaded.chunk->setChunk(bytes.data(), int32_t(bytes.size())), kResultOk);
+        EXPECT_EQ(loaded.value("Quantize")->getInt(), 11) << "no entry of the table";
+        EXPECT_EQ(loaded.patternField(2, 772), ticks) << "kept for the next save";
+
+        HostMidiTrack& track = loaded.host->track();
+        auto secondNoteTime = [&]
+        {
+            track.clearEvents();
+            loaded.effect->reposition(0);
+            loaded.effect->processRange(0, 2 * ticks + 1);
+            std::vector<int32_t> times;
+            for (const TrackEvent& e : track.events())
+                if (e.isNoteOn()) times.push_back(e.time);
+            return times.size() >= 2 ? times[1] : -1;
+        };
+        EXPECT_EQ(secondNoteTime(), ticks);
+
+        loaded.noteOn(36 + 4);
+        EXPECT_EQ(loaded.value("Pattern Select")->getInt(), 5);
+        EXPECT_EQ(loaded.patternField(4, 772), ticks);
+        EXPECT_EQ(secondNoteTime(), ticks);
+
+        // A choice from the list still sets the pattern's step size.
+        loaded.value("Quantize")->setInt(3);
+        EXPECT_EQ(loaded.patternField(4, 772), 240);
+    }
+}
+
 TEST(EffectModuleTest, TemplatesAndResourcesComeFromTheModuleFile)
 {
     LoadedEffect loaded;

@@ -490,6 +490,17 @@ TEST_F(StreamFileTest, ReadAheadServesSeeksInsideAndOutsideItsBuffer)
     EXPECT_TRUE(stream.readUInt32(last));
     EXPECT_EQ(last, uint32_t(content[kSize - 4] | content[kSize - 3] << 8 | content[kSize - 2] << 16 |
                              uint32_t(content[kSize - 1]) << 24));
+    // From the end is past the end for a positive offset, buffered or not.
+    for (const bool buffered : {true, false})
+    {
+        stream.seek(190000, 0);
+        if (buffered)
+        {
+            EXPECT_EQ(byteAt(190000), content[190000]);
+        }
+        stream.seek(4, 2);
+        EXPECT_EQ(stream.tell(), kSize + 4) << buffered;
+    }
     stream.seek(kSize - 2, 0);
     EXPECT_FALSE(stream.readUInt32(last));
 

@@ -112,6 +112,27 @@ TEST(ContainerTest, NestedContainersDrawAtTheirOriginWithOrWithoutOffscreen)
     }
 }
 
+TEST(ContainerTest, AnOffscreenContainerRepaintsAPartlyCoveredDamageWhereItLies)
+{
+    CFrame frame(CRect(0, 0, 60, 40), nullptr, nullptr);
+    auto* inner = new CViewContainer(CRect(30, 10, 50, 30), nullptr);
+    inner->setOffscreen(true);
+    auto* child = new PaintView(CRect(0, 0, 20, 20), kColorRed);
+    inner->addView(child);
+    frame.addView(inner);
+    auto* screen = new COffscreenContext(nullptr, 60, 40);
+    inner->drawInRect(screen, CRect(30, 10, 50, 30));
+    EXPECT_EQ(screen->bitmap()->pixel(42, 22), kColorRed);
+
+    // Only a small piece inside the container is uncovered: that piece shows the new colour.
+    child->colour = kColorBlue;
+    screen->setClipRect(CRect(40, 20, 45, 25));
+    inner->drawInRect(screen, CRect(40, 20, 50, 30));
+    EXPECT_EQ(screen->bitmap()->pixel(42, 22), kColorBlue);
+    EXPECT_EQ(screen->bitmap()->pixel(47, 27), kColorRed) << "outside the clip nothing changes";
+    screen->release();
+}
+
 TEST(ContainerTest, ATransparentContainerPaintsNoOpaqueBackground)
 {
     CFrame frame(CRect(0, 0, 20, 20), nullptr, nullptr);

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 using namespace toolkit_test;
@@ -109,6 +110,14 @@ TEST(DrawContextTest, UnchangedStateAndClipMakeNoPlatformCall)
     EXPECT_EQ(calls, (std::vector<std::string>{"clip 10", "clip 15"}));
     CRect back;
     EXPECT_EQ(context->copyClipRect(back), CRect(10, 10, 20, 20));
+    // After a reset under an origin, a clip is set again when it differs from the whole.
+    context->resetClipRect();
+    EXPECT_EQ(context->copyClipRect(back), CRect(-5, 0, 995, 1000));
+    calls.clear();
+    context->setClipRect(CRect(-5, 0, 995, 1000));
+    EXPECT_TRUE(calls.empty()) << "the same rectangle as the reset";
+    context->setClipRect(CRect(-10, 0, 990, 1000));
+    EXPECT_EQ(calls, std::vector<std::string>{"clip -5"});
 
     calls.clear();
     context->setFillColor(kColorRed);
@@ -135,6 +144,10 @@ TEST(DrawContextTest, FontRequestsShareTheDescriptionUnlessSizeOrStyleChange)
     EXPECT_EQ(context->font()->fontStyle(), 0);
     context->setFont(nullptr);
     EXPECT_EQ(context->font()->fontSize(), 14);
+    // Its own font again, when nothing else holds it.
+    context->setFont(context->font());
+    EXPECT_EQ(context->font()->fontSize(), 14);
+    EXPECT_STREQ(context->font()->name(), "Arial");
     context->release();
 
     CFontDesc a("Arial", 12, 1);
@@ -325,15 +338,33 @@ TEST(DrawContextTest, TextStandsOnThePointAndMeasures)
     s.context->drawStringAt(nullptr, {5, 10}, true);
     s.context->drawString(nullptr, CRect(0, 0, 100, 20));
     EXPECT_EQ(s.context->stringWidth(nullptr), -1);
-    // Text that is not UTF-8 draws as nothing and leaves the context working.
-    Surface bad(40, 20);
-    bad.context->setFontColor(kColorBlack);
-    bad.context->drawStringAt("\xff\xfe", {2, 15}, true);
-    for (int32_t y = 0; y < 20; ++y)
-        EXPECT_FALSE(inkInRow(bad, y, 40));
-    bad.context->setFillColor(kColorRed);
-    bad.context->drawRect(CRect(0, 0, 2, 2), kDrawFilled);
-    EXPECT_EQ(bad.at(1, 1), kColorRed);
+    // Text that is not UTF-8 (a stray byte, an overlong form, an encoded surrogate, a value past
+    // U+10FFFF) draws a replacement mark for each bad sequence and leaves the context working.
+    const int32_t replacement = s.context->stringWidth("\xEF\xBF\xBD");
+    EXPECT_GT(replacement, 0);
+    // One mark for each piece that cannot start a character, as the decoder splits them.
+    const std::pair<const char*, int32_t> texts[] = {
+        {"\xff", 1}, {"\xC0\xAF", 2}, {"\xED\xA0\x80", 3}, {"\xF4\x90\x80\x80", 4}};
+    for (const auto& [text, marks] : texts)
+    {
+        SCOPED_TRACE(marks);
+        Surface bad(40, 20);
+        bad.context->setFontColor(kColorBlack);
+        std::string shown;
+        for (int32_t i = 0; i < marks; ++i)
+            shown += "\xEF\xBF\xBD";
+        EXPECT_EQ(bad.context->stringWidth(text), bad.context->stringWidth(shown.c_str()));
+        bad.context->drawStringAt(text, {2, 15}, true);
+        bool ink = false;
+        for (int32_t y = 0; y < 20; ++y)
+            ink |= inkInRow(bad, y, 40);
+        EXPECT_TRUE(ink);
+        bad.context->drawStringAt("E", {20, 15}, true);
+        EXPECT_GT(bad.inkIn(10, 20, 40), 0) << "text after it still draws";
+        bad.context->setFillColor(kColorRed);
+        bad.context->drawRect(CRect(0, 0, 2, 2), kDrawFilled);
+        EXPECT_EQ(bad.at(1, 1), kColorRed);
+    }
 }
 
 TEST(DrawContextTest, UnderlineWinsOverBoldAndItalic)

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <functional>
 
@@ -138,6 +139,39 @@ TEST_F(WindowTest, AFrameInAChildWindowPaintsAndFollowsThePointer)
 
     delete frame;
     EXPECT_EQ(xdriver::firstChild(host), nullptr);
+    xdriver::destroyWindow(host);
+}
+
+TEST_F(WindowTest, MovesKeepTheirPlaceAmongPressesAndReleases)
+{
+    constexpr int kLeft = 100, kTop = 80;
+    PlatformHandle host = xdriver::createTopWindow(kLeft, kTop, 200, 150);
+    std::vector<std::string> log;
+    auto* frame = new CFrame(CRect(0, 0, 160, 120), host, nullptr);
+    auto* view = new PaintingRecorder(CRect(0, 0, 160, 120), &log, kColorBlue);
+    frame->addView(view);
+    ASSERT_TRUE(pumpUntil([&] { return view->draws > 0; }));
+    settle();
+    xdriver::movePointer(kLeft + 10, kTop + 10);
+    ASSERT_TRUE(pumpUntil([&] { return !log.empty(); }));
+
+    // A drag whose release and the move after it are queued before the frame looks: the drag ends
+    // where the button came up, and the later move comes after the release.
+    log.clear();
+    xdriver::button(1, true);
+    xdriver::movePointer(kLeft + 30, kTop + 10);
+    xdriver::movePointer(kLeft + 50, kTop + 10);
+    xdriver::button(1, false);
+    xdriver::movePointer(kLeft + 90, kTop + 10);
+    ASSERT_TRUE(pumpUntil([&] { return !log.empty() && log.back().find(" 90,10 ") != std::string::npos; }));
+    const auto up = std::find(log.begin(), log.end(), "v up 50,10 0");
+    ASSERT_NE(up, log.end()) << testing::PrintToString(log);
+    ASSERT_NE(up, log.begin());
+    EXPECT_EQ(*(up - 1), "v move 50,10 2");
+    ASSERT_NE(up + 1, log.end());
+    EXPECT_NE((up + 1)->find(" 90,10 0"), std::string::npos) << *(up + 1);
+
+    delete frame;
     xdriver::destroyWindow(host);
 }
 

@@ -2,11 +2,13 @@
 // integer coordinates on exactly one row of pixels, as the Windows half does; Cairo puts pixel
 // centres at half coordinates, so strokes move by half a pixel and fills stay where they are.
 
+#include "foundation/textcodec.h"
 #include "toolkit/platform/types_cairo.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <string>
 
 namespace Plexel
 {
@@ -22,30 +24,37 @@ void setSource(cairo_t* cr, uint32_t argb)
 }
 
 // Cairo puts itself in a lasting error state on invalid UTF-8, after which it draws nothing at
-// all; text that does not convert must draw as empty text instead.
-bool validUtf8(const char* text)
+// all in that context. Text is checked by the one decoder the code base has, which refuses
+// overlong forms, encoded surrogates and values past U+10FFFF; each bad sequence shows as the
+// replacement character, as everywhere else text is read leniently. Valid text is passed as it is.
+class DrawableUtf8
 {
-    auto* p = reinterpret_cast<const unsigned char*>(text);
-    while (*p)
+public:
+    explicit DrawableUtf8(const char* text) : given(text)
     {
-        int extra;
-        uint32_t c = *p;
-        if (c < 0x80)
-            extra = 0;
-        else if ((c & 0xE0) == 0xC0 && c >= 0xC2)
-            extra = 1;
-        else if ((c & 0xF0) == 0xE0)
-            extra = 2;
-        else if ((c & 0xF8) == 0xF0 && c <= 0xF4)
-            extra = 3;
-        else
-            return false;
-        ++p;
-        for (int i = 0; i < extra; ++i, ++p)
-            if ((*p & 0xC0) != 0x80) return false;
+        const size_t count = std::strlen(text);
+        size_t i = 0;
+        for (foundation::text::Utf8Sequence s; i < count; i += s.length)
+            if ((s = foundation::text::decodeUtf8(text, count, i)).codePoint < 0) break;
+        if (i == count) return;
+        repaired.assign(text, i);
+        while (i < count)
+        {
+            const foundation::text::Utf8Sequence s = foundation::text::decodeUtf8(text, count, i);
+            if (s.codePoint >= 0)
+                repaired.append(text + i, s.length);
+            else
+                repaired.append("\xEF\xBF\xBD");
+            i += s.length;
+        }
+        given = repaired.c_str();
     }
-    return true;
-}
+    const char* text() const { return given; }
+
+private:
+    const char* given;
+    std::string repaired;
+};
 
 // The parameter of the point of an ellipse that lies at a geometric angle from its centre, so
 // that arcs of ellipses start and end on the rays the angles give.
@@ -154,10 +163,11 @@ public:
     float measureString(NativeFont* font, const char* utf8) override
     {
         if (!cr || !font || !utf8) return -1.f;
-        if (!*utf8 || !validUtf8(utf8)) return 0.f;
+        if (!*utf8) return 0.f;
+        const DrawableUtf8 drawable(utf8);
         selectFont(font, true);
         cairo_text_extents_t extents;
-        cairo_text_extents(cr, utf8, &extents);
+        cairo_text_extents(cr, drawable.text(), &extents);
         return float(extents.x_advance);
     }
     float fontHeight(NativeFont* font) override
@@ -170,7 +180,9 @@ public:
     }
     void drawString(NativeFont* font, const char* utf8, float x, float y, bool smooth) override
     {
-        if (!cr || !font || !utf8 || !*utf8 || !validUtf8(utf8)) return;
+        if (!cr || !font || !utf8 || !*utf8) return;
+        const DrawableUtf8 drawable(utf8);
+        utf8 = drawable.text();
         selectFont(font, smooth);
         cairo_font_extents_t fe;
         cairo_font_extents(cr, &fe);

@@ -156,8 +156,8 @@ public:
     {
         GpFont* f = graphics ? usableFont(font) : nullptr;
         if (!f || !utf8) return -1.f;
-        std::wstring wide;
-        if (!widen(utf8, wide) || wide.empty()) return 0.f;
+        const std::wstring wide = drawableText(utf8);
+        if (wide.empty()) return 0.f;
         const RectF layout{0.f, 0.f, 0.f, 0.f};
         RectF box{0.f, 0.f, 0.f, 0.f};
         if (GdipMeasureString(graphics, wide.c_str(), INT(wide.size()), f, &layout, nullptr, &box, nullptr,
@@ -178,8 +178,9 @@ public:
     void drawString(NativeFont* font, const char* utf8, float x, float y, bool antialias) override
     {
         GpFont* f = graphics ? usableFont(font) : nullptr;
-        std::wstring wide;
-        if (!f || !utf8 || !widen(utf8, wide) || wide.empty()) return;
+        if (!f || !utf8) return;
+        const std::wstring wide = drawableText(utf8);
+        if (wide.empty()) return;
         GdipSetTextRenderingHint(graphics, antialias ? TextRenderingHintClearTypeGridFit
                                                      : TextRenderingHintSystemDefault);
         const RectF layout{x, y, 0.f, 0.f};
@@ -270,6 +271,14 @@ private:
     std::vector<PointF> converted;
 };
 } // namespace
+
+// Text to draw comes through whatever it holds: each sequence that is not UTF-8 shows as the
+// replacement character, as on the Cairo half.
+std::wstring drawableText(const char* utf8)
+{
+    const std::u16string wide = foundation::text::utf8ToUtf16(utf8);
+    return std::wstring(wide.begin(), wide.end());
+}
 
 bool widen(const char* utf8, std::wstring& out)
 {

@@ -29,6 +29,7 @@ struct FrameWindow
     HCURSOR defaultCursor;
     IDropTarget* dropTarget; // registered with the system, which holds the reference
     bool ole;                // OLE was started for this window's frame
+    bool pressed = false;    // a press of ours holds the capture
 };
 
 namespace
@@ -130,7 +131,11 @@ void press(FrameWindow* fw, HWND window, WPARAM wParam, LPARAM lParam, bool doub
     if (doubleClick) buttons |= kButtonDoubleClick;
     const int32_t result = fw->frame->windowMouseDown(where, buttons);
     // A view may have closed the editor, and the window with it.
-    if (result == kMouseHandled && IsWindow(window) && frameWindowOf(window) == fw) SetCapture(window);
+    if (result == kMouseHandled && IsWindow(window) && frameWindowOf(window) == fw)
+    {
+        fw->pressed = true;
+        SetCapture(window);
+    }
 }
 
 LRESULT CALLBACK windowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
@@ -178,8 +183,21 @@ LRESULT CALLBACK windowProc(HWND window, UINT message, WPARAM wParam, LPARAM lPa
     case WM_XBUTTONUP:
     {
         CPoint where = messagePoint(lParam);
+        fw->pressed = false;
         fw->frame->windowMouseUp(where, buttonFlags(wParam));
         ReleaseCapture();
+        return 0;
+    }
+    case WM_CAPTURECHANGED:
+    {
+        // Another window took the mouse in the middle of a press (a menu, a dialog, the host):
+        // no release will come, so the press ends here, where the pointer is.
+        if (!fw->pressed || reinterpret_cast<HWND>(lParam) == window) break;
+        fw->pressed = false;
+        POINT pointer;
+        GetCursorPos(&pointer);
+        ScreenToClient(window, &pointer);
+        fw->frame->windowMouseUp(CPoint(pointer.x, pointer.y), 0);
         return 0;
     }
     case WM_MOUSEWHEEL:
@@ -187,7 +205,9 @@ LRESULT CALLBACK windowProc(HWND window, UINT message, WPARAM wParam, LPARAM lPa
         // The position comes in screen coordinates; one notch is a whole step of the wheel.
         RECT r;
         GetWindowRect(window, &r);
-        CPoint where{int32_t(LOWORD(lParam)) - r.left, int32_t(HIWORD(lParam)) - r.top};
+        // Signed: monitors left of or above the primary one have negative coordinates.
+        CPoint where = messagePoint(lParam);
+        where.offset(-r.left, -r.top);
         const float distance = float(GET_WHEEL_DELTA_WPARAM(wParam) / WHEEL_DELTA);
         fw->frame->windowWheel(where, distance, modifierFlags());
         break;
@@ -276,7 +296,7 @@ FrameWindow* createFrameWindow(FrameEvents* frame, PlatformHandle parent, const 
     }
     // Drops come through OLE, which each frame starts on the window's thread for its lifetime.
     const bool ole = SUCCEEDED(OleInitialize(nullptr));
-    auto* fw = new FrameWindow{frame, window, true, false, nullptr, nullptr, ole};
+    auto* fw = new FrameWindow{frame, window, true, false, nullptr, nullptr, ole, false};
     SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(fw));
     windows.push_back(fw);
     return fw;

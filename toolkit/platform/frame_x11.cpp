@@ -207,10 +207,12 @@ void dispatch(XEvent& event)
         break;
     case MotionNotify:
     {
-        // Only the newest position of a burst of moves matters.
-        while (XCheckTypedWindowEvent(display, fw->window, MotionNotify, &event))
-        {
-        }
+        // Only the newest position of a burst of moves matters; a burst ends at any other event,
+        // so that a move never overtakes a press or a release.
+        XEvent next;
+        while (XEventsQueued(display, QueuedAfterReading) > 0 && XPeekEvent(display, &next) &&
+               next.type == MotionNotify && next.xany.window == fw->window)
+            XNextEvent(display, &event);
         CPoint where{event.xmotion.x, event.xmotion.y};
         fw->frame->windowMouseMove(where, buttonFlags(event.xmotion.state));
         break;

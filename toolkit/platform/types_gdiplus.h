@@ -49,5 +49,6 @@ uint32_t drawingGeneration();
 
 // UTF-8 to UTF-16; false, with empty text, when the bytes are no valid UTF-8.
 bool widen(const char* utf8, std::wstring& out);
+std::wstring drawableText(const char* utf8);
 
 } // namespace Plexel

@@ -167,7 +167,9 @@ TEST(HostValues, ListValuesSelectByIndexOrTextAndTakeNewEntries)
     EXPECT_EQ(lanes->getInt(), 1) << "a text that is no entry changes nothing";
 
     lanes->setInt(9);
-    EXPECT_EQ(lanes->getInt(), 3);
+    EXPECT_EQ(lanes->getInt(), 9) << "the plain index is kept, also past the last entry";
+    EXPECT_EQ(display(lanes.value), "");
+    lanes->setInt(3);
     EXPECT_EQ(list->setStringAt(3, u"Brightness"), kResultOk);
     EXPECT_EQ(display(lanes.value), "Brightness");
     EXPECT_EQ(list->setStringAt(4, u"Nothing"), kInvalidArgument);

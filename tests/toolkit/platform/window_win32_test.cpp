@@ -165,6 +165,40 @@ TEST(WindowWin32Test, MessagesReachTheViewsAndAHandledPressCapturesTheMouse)
     EXPECT_EQ(log.back().rfind("v leave ", 0), 0u);
 }
 
+TEST(WindowWin32Test, TheWheelLeftOfThePrimaryMonitorAndACaptureTakenAwayMidPress)
+{
+    FrameInHost h;
+    std::vector<std::string> log;
+    auto* right = new RecordingView(CRect(80, 0, 160, 120), &log);
+    h.frame->addView(right);
+
+    // A host window on a monitor left of and above the primary one: negative screen coordinates.
+    SetWindowPos(h.host, nullptr, -400, -300, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
+    RECT r;
+    GetWindowRect(h.window, &r);
+    ASSERT_LT(r.left + 120, 0);
+    const LPARAM screen = at(r.left + 120, r.top + 40);
+    SendMessageW(h.window, WM_MOUSEWHEEL, MAKEWPARAM(0, WHEEL_DELTA), screen);
+    EXPECT_EQ(log, std::vector<std::string>{"v wheel1 120,40 0"});
+
+    // Another window takes the mouse while a view is pressed: the press ends, and the wheel works
+    // again without a further click.
+    log.clear();
+    SendMessageW(h.window, WM_LBUTTONDOWN, MK_LBUTTON, at(100, 20));
+    ASSERT_EQ(GetCapture(), h.window);
+    HWND other = hostWindow(400, 80, 50, 50);
+    SetCapture(other);
+    EXPECT_EQ(h.frame->mouseDownChild(), nullptr);
+    ReleaseCapture();
+    DestroyWindow(other);
+    SendMessageW(h.window, WM_MOUSEWHEEL, MAKEWPARAM(0, WHEEL_DELTA), screen);
+    ASSERT_FALSE(log.empty());
+    EXPECT_EQ(std::count_if(log.begin(), log.end(),
+                            [](const std::string& line) { return line.rfind("v up ", 0) == 0; }),
+              1);
+    EXPECT_EQ(log.back(), "v wheel1 120,40 0");
+}
+
 TEST(WindowWin32Test, TheRealPointerEntersDoubleClicksAndLeaves)
 {
     FrameInHost h;

@@ -54,13 +54,15 @@ void PSeqPattern::transpose(int32_t semitones)
     for (PSeqStep& step : steps)
     {
         if (step.note == -1) continue;
-        int32_t note = step.note + semitones;
+        // Wide, because a damaged chunk can hold any note; one fold brings even those back into
+        // the 32 bits.
+        int64_t note = int64_t(step.note) + semitones;
         // Seven octaves, so that a note folded at either end keeps its name.
         if (note < kSeqLowestNote)
             note += 84;
         else if (note > kSeqHighestNote)
             note -= 84;
-        step.note = note;
+        step.note = int32_t(note);
     }
 }
 

@@ -78,6 +78,14 @@ TEST(PatternTest, TransposeFoldsBySevenOctavesAtBothEnds)
     p.setNote(0, 24);
     p.transpose(-1);
     EXPECT_EQ(p.note(0), 107);
+
+    // Notes a damaged chunk brought in fold once without overflowing.
+    p.setNote(0, INT32_MAX);
+    p.setNote(1, INT32_MIN);
+    p.transpose(12);
+    EXPECT_EQ(p.note(0), INT32_MAX - 72);
+    p.transpose(-24);
+    EXPECT_EQ(p.note(1), INT32_MIN + 156); // +12 then +84, -24 then +84
 }
 
 TEST(PatternTest, TimeShiftsAndReverseMoveWholeStepsWithinTheLastStep)

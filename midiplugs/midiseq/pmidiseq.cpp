@@ -418,7 +418,14 @@ void PMidiSeq::refreshAll()
     if (IHostValue* quantize = valueOf(kTagQuantize))
         quantize->setInt(PMidiSeqEngine::quantizeIndex(pattern.quantize));
     if (IHostValue* swing = valueOf(kTagSwing))
-        swing->setInt(static_cast<int32_t>(static_cast<float>(swing->getMaxInt()) * engine.swing()));
+    {
+        // A damaged chunk can hold any percentage: the value shows what lies in its range.
+        const int32_t max = swing->getMaxInt();
+        const float scaled = static_cast<float>(max) * engine.swing();
+        swing->setInt(scaled >= static_cast<float>(max) ? max
+                      : scaled > 0.f                    ? static_cast<int32_t>(scaled)
+                                                        : 0);
+    }
     if (view)
     {
         view->redrawNotes();

@@ -607,3 +607,19 @@ TEST(EffectModuleTest, InitializeCopesWithHostsThatLackOptionalInterfaces)
     }
 }
 } // namespace
+
+TEST(EffectModuleTest, ADamagedSwingShowsWithinItsRange)
+{
+    // A chunk's swing is a percentage of any 32 bits; the host's value shows it within its range.
+    const std::pair<int32_t, int32_t> cases[] = {
+        {INT32_MAX, 100}, {250, 100}, {37, 37}, {-5, 0}, {INT32_MIN, 0}};
+    for (const auto& [percent, shown] : cases)
+    {
+        LoadedEffect loaded;
+        std::vector<uint8_t> bytes = loaded.getChunk();
+        for (int i = 0; i < 4; ++i)
+            bytes[8 + 776 + size_t(i)] = uint8_t(uint32_t(percent) >> (24 - 8 * i));
+        ASSERT_EQ(loaded.chunk->setChunk(bytes.data(), int32_t(bytes.size())), kResultOk);
+        EXPECT_EQ(loaded.value("Swing")->getInt(), shown) << percent;
+    }
+}

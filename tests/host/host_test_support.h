@@ -92,4 +92,11 @@ inline std::string fakeModule(int kind)
 {
     return std::string(TREMOLIN_FAKE_MODULE_DIR) + "/fake" + std::to_string(kind) + moduleSuffix();
 }
+
+// tremolin-host render with the first fake module and a settings file of the folder's own.
+inline CommandResult renderWithFake(const TempFolder& folder, std::vector<std::string> args)
+{
+    args.insert(args.begin(), {"render", "--module", fakeModule(1), "--settings", "settings"});
+    return runProgram(folder, TREMOLIN_HOST_PROGRAM, args);
+}
 } // namespace hosttest

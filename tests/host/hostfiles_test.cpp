@@ -18,11 +18,7 @@ namespace
 const std::string kProgram = TREMOLIN_HOST_PROGRAM;
 const std::string kFake = hosttest::fakeModule(1);
 
-hosttest::CommandResult render(const hosttest::TempFolder& folder, Args args)
-{
-    args.insert(args.begin(), {"render", "--module", kFake, "--settings", "settings"});
-    return runProgram(folder, kProgram, args);
-}
+constexpr auto render = &hosttest::renderWithFake;
 
 bool says(const hosttest::CommandResult& result, const std::string& text)
 {

@@ -19,11 +19,7 @@ namespace
 const std::string kProgram = TREMOLIN_HOST_PROGRAM;
 const std::string kFake = hosttest::fakeModule(1);
 
-hosttest::CommandResult render(const hosttest::TempFolder& folder, Args args)
-{
-    args.insert(args.begin(), {"render", "--module", kFake, "--settings", "settings"});
-    return runProgram(folder, kProgram, args);
-}
+constexpr auto render = &hosttest::renderWithFake;
 
 void writeProject(const hosttest::TempFolder& folder, const std::string& name, int32_t current)
 {

@@ -228,11 +228,38 @@ void removeStaleTemporaries(const std::wstring& prefix, const std::wstring& own)
     } while (FindNextFileW(search, &found));
     FindClose(search);
 }
+
+// The file a link (a symbolic link or a junction on the way) names, so that a save replaces that
+// file and the link stays a link, as it does on Linux. Anything that is not a link keeps the text
+// it was given.
+std::wstring linkedFile(const std::wstring& target)
+{
+    const DWORD attributes = GetFileAttributesW(target.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES || !(attributes & FILE_ATTRIBUTE_REPARSE_POINT)) return target;
+    HANDLE file = CreateFileW(target.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                              nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    if (file == INVALID_HANDLE_VALUE) return target;
+    std::wstring named(MAX_PATH, L'\0');
+    DWORD length = GetFinalPathNameByHandleW(file, named.data(), static_cast<DWORD>(named.size()), 0);
+    if (length >= named.size())
+    {
+        named.resize(length);
+        length = GetFinalPathNameByHandleW(file, named.data(), static_cast<DWORD>(named.size()), 0);
+    }
+    CloseHandle(file);
+    if (length == 0 || length >= named.size()) return target;
+    named.resize(length);
+    // The answer comes as \\?\C:\... or \\?\UNC\server\...; the plain forms name the same file.
+    if (named.rfind(L"\\\\?\\UNC\\", 0) == 0) return L"\\" + named.substr(7);
+    if (named.rfind(L"\\\\?\\", 0) == 0) return named.substr(4);
+    return named;
+}
 } // namespace
 
-bool replaceFile(const std::string& path, const void* data, size_t size, std::string& error)
+bool replaceFile(const std::string& given, const void* data, size_t size, std::string& error)
 {
-    const std::wstring target = widen(path);
+    const std::wstring target = linkedFile(widen(given));
+    const std::string path = narrow(target);
     const DWORD attributes = GetFileAttributesW(target.c_str());
     if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY))
     {

@@ -8,6 +8,13 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <filesystem>
+
+#ifndef _WIN32
+#include <csignal>
+#include <sys/wait.h>
+#include <unistd.h>
+#endif
 
 using namespace hostkit;
 
@@ -62,6 +69,45 @@ TEST(UserFile, AFailedSaveLeavesARescueCopyWhereOneCanBeWritten)
     EXPECT_EQ(output.kind, SaveOutcome::Kind::Failed);
     EXPECT_FALSE(std::filesystem::exists(folder.path / "config/tremolin-host/rescue/song.rescue.mid"));
 }
+
+#ifndef _WIN32
+TEST(UserFile, AKillDuringTheWriteWaitsUntilTheFileIsWholeAndNoTemporaryIsLeft)
+{
+    hosttest::TempFolder folder;
+    const std::string path = folder.file("song.chunk");
+    hosttest::writeText(path, "as it was");
+    // Large enough that the temporary exists for a while: the kill lands in the middle of it.
+    std::vector<uint8_t> data(64u << 20);
+    for (size_t i = 0; i < data.size(); ++i)
+        data[i] = static_cast<uint8_t>(i * 7 + (i >> 12));
+
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0)
+    {
+        const SaveOutcome outcome = saveUserFile(path, data.data(), data.size());
+        _exit(outcome.kind == SaveOutcome::Kind::Saved ? 0 : 3);
+    }
+    bool seen = false;
+    int status = 0;
+    while (waitpid(child, &status, WNOHANG) == 0)
+    {
+        for (const auto& entry : std::filesystem::directory_iterator(folder.file("")))
+            if (entry.path().filename().string().find(".tremolin-tmp-") != std::string::npos && !seen)
+            {
+                seen = true;
+                kill(child, SIGTERM);
+            }
+    }
+    ASSERT_TRUE(seen) << "the save ended before the test could interrupt it";
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM)
+        << "the kill still ends the program, after the save";
+    const std::string saved = hosttest::readText(path);
+    ASSERT_EQ(saved.size(), data.size());
+    EXPECT_EQ(std::memcmp(saved.data(), data.data(), data.size()), 0);
+    EXPECT_EQ(folder.names(), std::vector<std::string>{"song.chunk"});
+}
+#endif
 
 TEST(ModuleFileCheck, HeadersThatPromiseMoreThanTheFileHoldsAreDamage)
 {

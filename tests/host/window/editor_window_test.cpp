@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <set>
 
 using namespace hostkit;
@@ -229,4 +230,35 @@ TEST_F(EditorWindow, ClosingTheTerminalSavesAsAKillDoes)
     std::string error;
     ASSERT_TRUE(loadProjectFile(folder.file("song.tremolin"), saved, error)) << error;
     EXPECT_EQ(saved.patterns[0].steps[0].note, demo().patterns[0].steps[0].note + 1);
+}
+
+TEST_F(EditorWindow, WhenTheSaveAtTheEndFailsTheEditsGoToARescueCopyThatIsNamed)
+{
+    hosttest::TempFolder folder;
+    std::filesystem::create_directory(folder.file("songs"));
+    hosttest::writeText(folder.file("songs/song.tremolin"), hosttest::readText(kDemo));
+    const std::string config = folder.file("config");
+    hosttest::Child edit(folder, kProgram,
+                         {"edit", "--project", folder.file("songs/song.tremolin"), "--settings",
+                          folder.file("settings"), "--print"},
+                         {{"XDG_CONFIG_HOME", config}, {"APPDATA", config}});
+    const uint64_t window = editWindow(edit);
+    ASSERT_NE(window, 0u) << edit.err();
+    ASSERT_TRUE(edit.says(kFirstNote, 20)) << edit.out();
+    desktop::pointInto(window);
+    desktop::typeKey("Up");
+    ASSERT_TRUE(edit.says("note C#1 (37)", 20)) << "the edit arrived: " << edit.out();
+    // The folder goes away under the session (a drive unplugged, a checkout switched): neither the
+    // project nor a copy beside it can be written any more.
+    std::filesystem::rename(folder.file("songs"), folder.file("gone"));
+    desktop::typeKey("Escape");
+    ASSERT_EQ(edit.finish(30), 1);
+    const std::string rescue = config + "/tremolin-host/rescue/song.rescue.tremolin";
+    EXPECT_NE(edit.err().find("a rescue copy is in '"), std::string::npos) << edit.err();
+    EXPECT_NE(edit.err().find("song.rescue.tremolin"), std::string::npos) << edit.err();
+    Project rescued;
+    std::string error;
+    ASSERT_TRUE(loadProjectFile(rescue, rescued, error)) << error;
+    EXPECT_EQ(rescued.patterns[0].steps[0].note, demo().patterns[0].steps[0].note + 1) << "the edit is kept";
+    EXPECT_EQ(hosttest::readText(folder.file("gone/song.tremolin")), hosttest::readText(kDemo));
 }

@@ -44,6 +44,9 @@ void requestSelection(const char* selection);
 bool readSelection(std::string& out);
 // The rectangle on screen of the mapped top-level window of that name, or an empty one.
 CRect findTopWindow(const char* name);
+// Whether another client holds the keyboard and the pointer, as a popup does while it runs. The
+// probe takes both for an instant when they are free, which a retrying grabber rides over.
+bool inputHeldByAnother();
 // The colour of a pixel of a window on screen, as 0xRRGGBB.
 uint32_t pixel(PlatformHandle window, int x, int y);
 

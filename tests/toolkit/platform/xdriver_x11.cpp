@@ -205,6 +205,8 @@ CRect findTopWindow(const char* name)
     Window root, parent, *children = nullptr;
     unsigned int count = 0;
     CRect found;
+    // Held still while it is read: a window of the list may be gone by the time it is asked about.
+    XGrabServer(display);
     XQueryTree(display, DefaultRootWindow(display), &root, &parent, &children, &count);
     for (unsigned int i = 0; i < count; ++i)
     {
@@ -216,7 +218,27 @@ CRect findTopWindow(const char* name)
         if (title) XFree(title);
     }
     if (children) XFree(children);
+    XUngrabServer(display);
+    XFlush(display);
     return found;
+}
+
+bool inputHeldByAnother()
+{
+    const Window root = DefaultRootWindow(display);
+    bool held = false;
+    if (XGrabKeyboard(display, root, False, GrabModeAsync, GrabModeAsync, CurrentTime) == AlreadyGrabbed)
+        held = true;
+    else
+        XUngrabKeyboard(display, CurrentTime);
+    if (held && XGrabPointer(display, root, False, 0, GrabModeAsync, GrabModeAsync, None, None,
+                             CurrentTime) != AlreadyGrabbed)
+    {
+        XUngrabPointer(display, CurrentTime);
+        held = false;
+    }
+    XSync(display, False);
+    return held;
 }
 
 uint32_t pixel(PlatformHandle window, int x, int y)

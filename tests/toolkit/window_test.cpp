@@ -220,4 +220,18 @@ TEST_F(WindowTest, AFrameWhoseWindowTheHostDestroyedClosesQuietly)
     auto* orphan = new CFrame(CRect(0, 0, 10, 10), host, nullptr);
     EXPECT_EQ(orphan->nativeWindow(), nullptr);
     delete orphan;
+
+    // The refusals of requests to a window that went away arrive late; they must not be laid at the
+    // door of the next frame, which the user would see as an editor that never opens.
+    PlatformHandle gone = xdriver::createTopWindow(10, 10, 100, 100);
+    auto* late = new CFrame(CRect(0, 0, 100, 100), gone, nullptr);
+    late->setCursor(kCursorHand);
+    xdriver::destroyWindow(gone);
+    late->setCursor(kCursorDefault); // before its connection heard that the window is gone
+    PlatformHandle next = xdriver::createTopWindow(10, 10, 100, 100);
+    auto* fresh = new CFrame(CRect(0, 0, 100, 100), next, nullptr);
+    EXPECT_TRUE(xdriver::isViewable(fresh->nativeWindow()));
+    delete fresh;
+    delete late;
+    xdriver::destroyWindow(next);
 }

@@ -45,6 +45,10 @@ Display* display = nullptr;
 std::vector<FrameWindow*> windows;
 XErrorHandler previousErrorHandler = nullptr;
 int trappedErrors = 0;
+// The request number of the last error trapped. Errors come back late, at the next round trip, so
+// a call judges only those of requests it made itself; an error of a window closed earlier must not
+// fail the next window's creation.
+unsigned long lastErrorSerial = 0;
 // Buttons 8 and 9 have no bit in the core state word.
 int32_t extraButtonsDown = 0;
 Cursor cursors[10] = {};
@@ -61,9 +65,17 @@ int onXError(Display* d, XErrorEvent* e)
     if (d == display)
     {
         ++trappedErrors;
+        lastErrorSerial = e->serial;
         return 0;
     }
     return previousErrorHandler ? previousErrorHandler(d, e) : 0;
+}
+
+// Whether a request made since `firstRequest` (NextRequest before it) failed; the caller has had
+// the answers already, through a round trip.
+bool failedSince(int errorsBefore, unsigned long firstRequest)
+{
+    return trappedErrors != errorsBefore && static_cast<long>(lastErrorSerial - firstRequest) >= 0;
 }
 
 Display* connection()
@@ -338,12 +350,13 @@ FrameWindow* createFrameWindow(FrameEvents* frame, PlatformHandle parent, const 
     const int width = std::max(1, rect.width());
     const int height = std::max(1, rect.height());
     const int errorsBefore = trappedErrors;
+    const unsigned long firstRequest = NextRequest(display);
     Window w =
         XCreateWindow(display, parentWindow, 0, 0, unsigned(width), unsigned(height), 0, CopyFromParent,
                       InputOutput, CopyFromParent, CWBackPixmap | CWEventMask, &attributes);
     XMapWindow(display, w);
     XSync(display, False);
-    if (trappedErrors != errorsBefore) return nullptr; // the parent window does not exist
+    if (failedSince(errorsBefore, firstRequest)) return nullptr; // the parent window does not exist
     auto* fw = new FrameWindow{frame, w, true, width, height, false, CRect(), 0, 0, 0, 0};
     windows.push_back(fw);
     return fw;
@@ -499,7 +512,9 @@ cairo_surface_t* createWindowSurface(PlatformHandle handle)
     const Window w = Window(reinterpret_cast<uintptr_t>(handle));
     XWindowAttributes attributes;
     const int errorsBefore = trappedErrors;
-    if (!XGetWindowAttributes(display, w, &attributes) || trappedErrors != errorsBefore) return nullptr;
+    const unsigned long firstRequest = NextRequest(display);
+    if (!XGetWindowAttributes(display, w, &attributes) || failedSince(errorsBefore, firstRequest))
+        return nullptr;
     return cairo_xlib_surface_create(display, w, attributes.visual, attributes.width, attributes.height);
 }
 

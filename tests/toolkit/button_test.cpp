@@ -160,8 +160,6 @@ TEST(SwitchTest, SwitchesTakeTheStepUnderThePointerAndShowItsImage)
     EXPECT_NEAR(horizontal->value(), 1.f / 3.f, 1e-6f);
     EXPECT_EQ(Shot(horizontal).at(10, 10), colours[1]);
     bench.release(62, 10);
-    EXPECT_TRUE(horizontal->isTypeOf("CHorizontalSwitch"));
-    EXPECT_FALSE(horizontal->isTypeOf("CVerticalSwitch"));
     tall->release();
     wide->release();
 }

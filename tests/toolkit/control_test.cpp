@@ -52,10 +52,6 @@ TEST(ControlTest, DirtyFollowsTheValueAndOnlyClampValueClamps)
     knob->clampValue();
     EXPECT_EQ(knob->value(), 1.f) << "above vmax wins even when vmin lies higher";
 
-    EXPECT_TRUE(knob->isTypeOf("CKnob"));
-    EXPECT_TRUE(knob->isTypeOf("CControl"));
-    EXPECT_TRUE(knob->isTypeOf("CView"));
-    EXPECT_FALSE(knob->isTypeOf("CViewContainer"));
     CView* copy = knob->clone();
     EXPECT_EQ(static_cast<CControl*>(copy)->value(), 1.f);
     EXPECT_EQ(static_cast<CControl*>(copy)->listener(), &bench.listener);
@@ -394,7 +390,6 @@ TEST(ParamDisplayTest, ValueTextConversionsAndStyles)
     hidden->setText("y");
     EXPECT_TRUE(hidden->isDirty());
     EXPECT_STREQ(hidden->labelTextOf(), "y");
-    EXPECT_TRUE(hidden->isTypeOf("CParamDisplay"));
     hidden->release();
 }
 

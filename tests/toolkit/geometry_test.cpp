@@ -4,17 +4,6 @@
 
 using namespace Plexel;
 
-namespace
-{
-class Counted : public CBaseObject
-{
-public:
-    explicit Counted(bool& destroyed) : destroyed(destroyed) {}
-    ~Counted() override { destroyed = true; }
-    bool& destroyed;
-};
-} // namespace
-
 TEST(GeometryTest, RightAndBottomEdgesAreOutsideARectangle)
 {
     CRect r(10, 20, 30, 40);
@@ -58,23 +47,4 @@ TEST(GeometryTest, CornersAndSizeSettersTouchOnlyTheirFields)
     EXPECT_EQ(r.size(), CPoint(10, 20));
     r.offset(1, -2);
     EXPECT_EQ(r.topRight(), CPoint(10, 0));
-}
-
-TEST(GeometryTest, TheLastReleaseDestroysTheObject)
-{
-    bool destroyed = false;
-    auto* object = new Counted(destroyed);
-    object->retain();
-    object->release();
-    EXPECT_FALSE(destroyed);
-    EXPECT_EQ(object->referenceCount(), 1);
-    EXPECT_EQ(object->handleMessage(nullptr, kMsgNewFocusView), kMessageIgnored);
-    object->release();
-    EXPECT_TRUE(destroyed);
-}
-
-TEST(GeometryTest, ColoursReachThePlatformAsAlphaRedGreenBlue)
-{
-    EXPECT_EQ(kColorYellow.argb(), 0xFFFFFF00u);
-    EXPECT_EQ(CColor({1, 2, 3, 4}).argb(), 0x04010203u);
 }

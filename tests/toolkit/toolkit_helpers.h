@@ -92,7 +92,6 @@ public:
         return keyResult;
     }
     void onFocusLost() override { note("focuslost", {}, 0); }
-    void onFocusTaken() override { note("focustaken", {}, 0); }
 
     std::vector<std::string> ownLog;
     std::vector<std::string>* log;

@@ -175,18 +175,8 @@ TEST_F(Editing, BarsWriteTheSelectedLaneAndARightPressZeroesABar)
     EXPECT_EQ(view->currentLane(), kLaneGate);
     click(middle);
     EXPECT_FLOAT_EQ(pattern().gate(3), 0.5f);
-    press(middle);
-    move(CPoint(middle.x, kBarsTop + kBarsHeight + 40));
-    release(CPoint(middle.x, kBarsTop + kBarsHeight + 40));
-    EXPECT_FLOAT_EQ(pattern().gate(3), 0.0f) << "a drag below the bars goes on at the bottom edge";
 
-    // A drag writes each bar it passes over, at the pointer's height.
-    press(CPoint(kBarsLeft + kCell * 5 + 2, kBarsTop));
-    move(CPoint(kBarsLeft + kCell * 6 + 2, kBarsTop + kBarsHeight));
-    release(CPoint(kBarsLeft + kCell * 6 + 2, kBarsTop + kBarsHeight));
-    EXPECT_FLOAT_EQ(pattern().gate(5), 1.0f);
-    EXPECT_FLOAT_EQ(pattern().gate(6), 0.0f);
-
+    // Drags and their edges are the bar view's; whatever it sends lands in the selected lane.
     value("Param Select")->setInt(kLaneController1);
     click(CPoint(kBarsLeft + kCell * 9 + 5, kBarsTop), kButtonLeft);
     EXPECT_EQ(pattern().steps[9].controller1, 127);
@@ -196,16 +186,13 @@ TEST_F(Editing, BarsWriteTheSelectedLaneAndARightPressZeroesABar)
 
 TEST_F(Editing, TheKeyColumnScrollsAndTheWheelTooWithinTheGrid)
 {
+    // How far a scroll drag goes per pixel is the grid's; the editor starts one from its key column.
     CMatrix* grid = view->noteGrid();
     const CPoint key(kGridLeft + 5, kGridTop + 50);
     press(key);
-    move(CPoint(key.x, key.y + 5));
-    EXPECT_EQ(grid->firstRow(), 42) << "half a row plus one pixel is needed";
     move(CPoint(key.x, key.y + 6));
     EXPECT_EQ(grid->firstRow(), 41) << "the grid follows the pointer down, toward the higher notes";
-    move(CPoint(key.x, key.y - 40));
-    EXPECT_EQ(grid->firstRow(), 42) << "one row per event, however far the pointer went";
-    release(CPoint(key.x, key.y - 40));
+    release(CPoint(key.x, key.y + 6));
 
     // A painting drag that runs into the key column turns into a scroll drag.
     press(noteCell(60, 2));
@@ -214,7 +201,7 @@ TEST_F(Editing, TheKeyColumnScrollsAndTheWheelTooWithinTheGrid)
     move(CPoint(inKeys.x, inKeys.y - 6));
     release(CPoint(inKeys.x, inKeys.y - 6));
     EXPECT_EQ(pattern().note(2), 60);
-    EXPECT_EQ(grid->firstRow(), 43);
+    EXPECT_EQ(grid->firstRow(), 42);
 
     const CPoint inGrid(100, 60);
     for (int i = 0; i < 100; ++i)

@@ -141,20 +141,3 @@ TEST_F(Rendering, KeyNamesMarkersAndTieMarks)
             differing += distance(picture.at(x, y), picture.at(x + kCell * 4, y)) > 30;
     EXPECT_GT(differing, 20);
 }
-
-TEST_F(Rendering, TheRoadOfOneEditFromAPressToTheTrack)
-{
-    seq->reposition(0);
-    // A press on an empty cell of step 5, then the transport reaches that step.
-    click(noteCell(57, 5));
-    host->track().clearEvents();
-    seq->processRange(0, 5 * 120 + 1);
-    bool played = false;
-    for (const auto& event : host->track().events())
-        if (event.isNoteOn() && event.data1 == 57)
-        {
-            EXPECT_EQ(event.time, 5 * 120);
-            played = true;
-        }
-    EXPECT_TRUE(played);
-}

@@ -43,7 +43,6 @@ public:
         const std::u8string utf8 = folder.u8string();
         return std::string(utf8.begin(), utf8.end());
     }
-    void touch(const std::string& name) const { std::ofstream(folder / name) << "x"; }
 
     fs::path folder;
 };

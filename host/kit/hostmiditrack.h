@@ -7,6 +7,7 @@
 // system call while the output stays within its reserve.
 
 #include "foundation/frefcounted.h"
+#include "host/kit/spinlock.h"
 #include "module/hostinterfaces.h"
 
 #include <atomic>
@@ -39,23 +40,6 @@ struct TrackEvent
     bool isNoteOn() const { return (status & 0xF0) == 0x90; }
     bool isController() const { return (status & 0xF0) == 0xB0; }
     int32_t channel() const { return status & 0x0F; }
-};
-
-// A lock for sections of a few stores: a waiter spins rather than asking the system to sleep.
-class SpinLock
-{
-public:
-    void lock()
-    {
-        while (flag.test_and_set(std::memory_order_acquire))
-            while (flag.test(std::memory_order_relaxed))
-            {
-            }
-    }
-    void unlock() { flag.clear(std::memory_order_release); }
-
-private:
-    std::atomic_flag flag;
 };
 
 class HostMidiTrack final : public IHostMidiTrack, public FRefCounted<HostMidiTrack>

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <optional>
@@ -235,7 +236,11 @@ void TremolinPlugin::run(uint32_t frames)
         const uint8_t* at = begin + sizeof(LV2_Atom_Sequence_Body);
         while (at + sizeof(LV2_Atom_Event) <= end)
         {
-            const auto* event = reinterpret_cast<const LV2_Atom_Event*>(at);
+            // Some hosts hand buffers on 4-byte boundaries: the head, with its 64-bit time, is
+            // copied rather than read in place.
+            LV2_Atom_Event head;
+            std::memcpy(&head, at, sizeof head);
+            const LV2_Atom_Event* event = &head;
             const uint8_t* body = at + sizeof(LV2_Atom_Event);
             // An event that claims more than the sequence holds ends the reading.
             if (event->body.size > static_cast<size_t>(end - body)) break;
@@ -252,7 +257,8 @@ void TremolinPlugin::run(uint32_t frames)
             else if ((event->body.type == uris.atomObject || event->body.type == uris.atomBlank) &&
                      event->body.size >= sizeof(LV2_Atom_Object_Body))
             {
-                const auto* object = reinterpret_cast<const LV2_Atom_Object*>(&event->body);
+                const auto* object =
+                    reinterpret_cast<const LV2_Atom_Object*>(at + offsetof(LV2_Atom_Event, body));
                 if (object->body.otype == uris.timePosition) position(object, base + frame);
             }
             at = body + lv2_atom_pad_size(event->body.size);
@@ -426,11 +432,14 @@ bool TremolinPlugin::write(int64_t base, const MidiOut& event)
     if (!midiOut) return false;
     const uint32_t needed = lv2_atom_pad_size(sizeof(LV2_Atom_Event) + 3);
     if (written + needed > capacity) return false;
-    auto* out = reinterpret_cast<LV2_Atom_Event*>(reinterpret_cast<uint8_t*>(&midiOut->body) + written);
-    out->time.frames = std::max<int64_t>(0, event.sample - base);
-    out->body.type = uris.midiEvent;
-    out->body.size = 3;
-    std::memcpy(out + 1, event.bytes, 3);
+    LV2_Atom_Event head;
+    head.time.frames = std::max<int64_t>(0, event.sample - base);
+    head.body.type = uris.midiEvent;
+    head.body.size = 3;
+    // Past the sequence's head, in the host's buffer: an address, not a member of the head.
+    auto* out = reinterpret_cast<uint8_t*>(reinterpret_cast<uintptr_t>(midiOut) + sizeof(LV2_Atom) + written);
+    std::memcpy(out, &head, sizeof head);
+    std::memcpy(out + sizeof head, event.bytes, 3);
     written += needed;
     return true;
 }

@@ -99,6 +99,7 @@ public:
         }
         lilv_node_free(node);
         if (instance) lilv_instance_activate(instance);
+        lv2_atom_forge_init(&forge, &uridMap);
     }
     ~Runner()
     {
@@ -109,38 +110,46 @@ public:
         }
     }
     bool ready() const { return instance != nullptr; }
+    // Everything but the plug-in's run: the host's own share of a block.
+    bool hostOnly = false;
 
     // One block: the host's position at its start, then the plug-in's run.
     void block_()
     {
-        LV2_Atom_Forge forge;
-        lv2_atom_forge_init(&forge, &uridMap);
+        static const LV2_URID position = mapUri(nullptr, LV2_TIME__Position);
+        static const LV2_URID frameKey = mapUri(nullptr, LV2_TIME__frame);
+        static const LV2_URID speedKey = mapUri(nullptr, LV2_TIME__speed);
+        static const LV2_URID barKey = mapUri(nullptr, LV2_TIME__bar);
+        static const LV2_URID barBeatKey = mapUri(nullptr, LV2_TIME__barBeat);
+        static const LV2_URID beatUnitKey = mapUri(nullptr, LV2_TIME__beatUnit);
+        static const LV2_URID beatsPerBarKey = mapUri(nullptr, LV2_TIME__beatsPerBar);
+        static const LV2_URID tempoKey = mapUri(nullptr, LV2_TIME__beatsPerMinute);
         lv2_atom_forge_set_buffer(&forge, reinterpret_cast<uint8_t*>(input.data()), input.size() * 8);
         LV2_Atom_Forge_Frame sequence;
         lv2_atom_forge_sequence_head(&forge, &sequence, 0);
         lv2_atom_forge_frame_time(&forge, 0);
         LV2_Atom_Forge_Frame object;
-        lv2_atom_forge_object(&forge, &object, 0, mapUri(nullptr, LV2_TIME__Position));
+        lv2_atom_forge_object(&forge, &object, 0, position);
         const double beats = double(frame) / kRate * kTempo / 60.0;
-        lv2_atom_forge_key(&forge, mapUri(nullptr, LV2_TIME__frame));
+        lv2_atom_forge_key(&forge, frameKey);
         lv2_atom_forge_long(&forge, frame);
-        lv2_atom_forge_key(&forge, mapUri(nullptr, LV2_TIME__speed));
+        lv2_atom_forge_key(&forge, speedKey);
         lv2_atom_forge_float(&forge, 1.0f);
-        lv2_atom_forge_key(&forge, mapUri(nullptr, LV2_TIME__bar));
+        lv2_atom_forge_key(&forge, barKey);
         lv2_atom_forge_long(&forge, int64_t(beats / 4.0));
-        lv2_atom_forge_key(&forge, mapUri(nullptr, LV2_TIME__barBeat));
+        lv2_atom_forge_key(&forge, barBeatKey);
         lv2_atom_forge_float(&forge, float(std::fmod(beats, 4.0)));
-        lv2_atom_forge_key(&forge, mapUri(nullptr, LV2_TIME__beatUnit));
+        lv2_atom_forge_key(&forge, beatUnitKey);
         lv2_atom_forge_int(&forge, 4);
-        lv2_atom_forge_key(&forge, mapUri(nullptr, LV2_TIME__beatsPerBar));
+        lv2_atom_forge_key(&forge, beatsPerBarKey);
         lv2_atom_forge_float(&forge, 4.0f);
-        lv2_atom_forge_key(&forge, mapUri(nullptr, LV2_TIME__beatsPerMinute));
+        lv2_atom_forge_key(&forge, tempoKey);
         lv2_atom_forge_float(&forge, float(kTempo));
         lv2_atom_forge_pop(&forge, &object);
         lv2_atom_forge_pop(&forge, &sequence);
         auto* out = reinterpret_cast<LV2_Atom_Sequence*>(output.data());
         out->atom.size = uint32_t(output.size() * 8 - sizeof(LV2_Atom));
-        lilv_instance_run(instance, block);
+        if (!hostOnly) lilv_instance_run(instance, block);
         frame += block;
     }
 
@@ -148,15 +157,17 @@ private:
     const LilvPlugin* plugin = nullptr;
     LilvInstance* instance = nullptr;
     uint32_t block;
+    LV2_Atom_Forge forge;
     std::vector<float> controls;
     std::vector<uint64_t> input;
     std::vector<uint64_t> output;
     int64_t frame = 0;
 };
 
-void runPlugin(benchmark::State& state, const char* uri)
+void runPlugin(benchmark::State& state, const char* uri, bool hostOnly = false)
 {
     Runner runner(uri, uint32_t(state.range(0)));
+    runner.hostOnly = hostOnly;
     if (!runner.ready())
     {
         state.SkipWithError("the plug-in is not installed");
@@ -176,6 +187,11 @@ void PeerStepSequencer(benchmark::State& state)
 {
     runPlugin(state, kPeer);
 }
+void HostAlone(benchmark::State& state)
+{
+    runPlugin(state, kTremolin, true);
+}
+BENCHMARK(HostAlone)->Arg(64)->Arg(512);
 BENCHMARK(Tremolin)->Arg(64)->Arg(512);
 BENCHMARK(PeerStepSequencer)->Arg(64)->Arg(512);
 } // namespace

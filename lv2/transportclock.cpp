@@ -25,14 +25,11 @@ bool TransportClock::playable() const
 
 TransportClock::Change TransportClock::report(const PositionReport& r, int64_t sample)
 {
-    auto take = [](const std::optional<double>& field, double& into)
-    {
-        if (field) into = *field;
-    };
-    take(r.beatsPerBar, beatsPerBar);
-    take(r.beatUnit, beatUnit);
-    take(r.beatsPerMinute, beatsPerMinute);
-    take(r.speed, speed);
+    using F = PositionReport;
+    if (r.has(F::kBeatsPerBar)) beatsPerBar = r[F::kBeatsPerBar];
+    if (r.has(F::kBeatUnit)) beatUnit = r[F::kBeatUnit];
+    if (r.has(F::kBeatsPerMinute)) beatsPerMinute = r[F::kBeatsPerMinute];
+    if (r.has(F::kSpeed)) speed = r[F::kSpeed];
 
     const bool wasRolling = isRolling;
     const double ticksBefore = ticksPerSample;
@@ -45,19 +42,28 @@ TransportClock::Change TransportClock::report(const PositionReport& r, int64_t s
     }
 
     const double ticksPerBeat = kTicksPerWhole / beatUnit;
-    ticksPerSample = beatsPerMinute / 60.0 * ticksPerBeat * speed / sampleRate;
-    barTicks = static_cast<int32_t>(std::lround(std::fmin(beatsPerBar * ticksPerBeat, kTickLimit)));
-    if (barTicks < 1) barTicks = 1;
+    // Worked out again only when the tempo, speed or meter changed.
+    if (beatsPerMinute != rateTempo || speed != rateSpeed || beatUnit != rateUnit || beatsPerBar != rateBar)
+    {
+        rateTempo = beatsPerMinute;
+        rateSpeed = speed;
+        rateUnit = beatUnit;
+        rateBar = beatsPerBar;
+        rateTicks = beatsPerMinute / 60.0 * ticksPerBeat * speed / sampleRate;
+        barTicks = static_cast<int32_t>(std::lround(std::fmin(beatsPerBar * ticksPerBeat, kTickLimit)));
+        if (barTicks < 1) barTicks = 1;
+    }
+    ticksPerSample = rateTicks;
 
     // The position the host names: bar and beat, else the whole beat count, else its frame at the
     // tempo; without any, the clock's own.
     std::optional<double> named;
-    if (r.bar && r.barBeat)
-        named = (*r.bar * beatsPerBar + *r.barBeat) * ticksPerBeat;
-    else if (r.beat)
-        named = *r.beat * ticksPerBeat;
-    else if (r.frame)
-        named = *r.frame * ticksPerSample / speed;
+    if (r.has(F::kBar) && r.has(F::kBarBeat))
+        named = (r[F::kBar] * beatsPerBar + r[F::kBarBeat]) * ticksPerBeat;
+    else if (r.has(F::kBeat))
+        named = r[F::kBeat] * ticksPerBeat;
+    else if (r.has(F::kFrame))
+        named = r[F::kFrame] * ticksPerSample / speed;
 
     if (wasRolling)
     {

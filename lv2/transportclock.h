@@ -15,14 +15,28 @@ namespace tremolinlv2
 // The fields of one position report; a host may leave any of them out.
 struct PositionReport
 {
-    std::optional<double> bar;
-    std::optional<double> barBeat;
-    std::optional<double> beat;
-    std::optional<double> beatsPerBar;
-    std::optional<double> beatUnit;
-    std::optional<double> beatsPerMinute;
-    std::optional<double> speed;
-    std::optional<double> frame;
+    enum Field : uint32_t
+    {
+        kBar,
+        kBarBeat,
+        kBeat,
+        kBeatsPerBar,
+        kBeatUnit,
+        kBeatsPerMinute,
+        kSpeed,
+        kFrame,
+        kFieldCount
+    };
+    double values[kFieldCount];
+    uint32_t present = 0;
+
+    void set(Field field, double value)
+    {
+        values[field] = value;
+        present |= 1u << field;
+    }
+    bool has(Field field) const { return (present >> field) & 1u; }
+    double operator[](Field field) const { return values[field]; }
 };
 
 class TransportClock
@@ -65,6 +79,8 @@ private:
     double beatsPerMinute = 120.0;
     double speed = 0.0;
     int32_t barTicks = 1920;
+    // The inputs of the last rate worked out, and the rate.
+    double rateTempo = 0.0, rateSpeed = 0.0, rateUnit = 0.0, rateBar = 0.0, rateTicks = 0.0;
 
     bool isRolling = false;
     double anchorTick = 0.0;

@@ -97,14 +97,12 @@ TremolinPlugin::TremolinPlugin(double sampleRate, LV2_URID_Map* uridMap) : map(u
     uris.atomSequence = id(LV2_ATOM__Sequence);
     uris.midiEvent = id(LV2_MIDI__MidiEvent);
     uris.timePosition = id(LV2_TIME__Position);
-    uris.timeBar = id(LV2_TIME__bar);
-    uris.timeBarBeat = id(LV2_TIME__barBeat);
-    uris.timeBeat = id(LV2_TIME__beat);
-    uris.timeBeatsPerBar = id(LV2_TIME__beatsPerBar);
-    uris.timeBeatUnit = id(LV2_TIME__beatUnit);
-    uris.timeBeatsPerMinute = id(LV2_TIME__beatsPerMinute);
-    uris.timeSpeed = id(LV2_TIME__speed);
-    uris.timeFrame = id(LV2_TIME__frame);
+    // In the order of PositionReport's fields.
+    const char* const positionKeys[PositionReport::kFieldCount] = {
+        LV2_TIME__bar,      LV2_TIME__barBeat,        LV2_TIME__beat,  LV2_TIME__beatsPerBar,
+        LV2_TIME__beatUnit, LV2_TIME__beatsPerMinute, LV2_TIME__speed, LV2_TIME__frame};
+    for (uint32_t i = 0; i < PositionReport::kFieldCount; ++i)
+        uris.positionKeys[i] = id(positionKeys[i]);
     uris.chunkKey = id(kChunkKey);
     uris.controller1Key = id(kController1Key);
     uris.controller2Key = id(kController2Key);
@@ -266,7 +264,13 @@ void TremolinPlugin::run(uint32_t frames)
     }
     play(base, cursor, frames);
 
-    if (currentPattern) *currentPattern = static_cast<float>(values[kPortPattern - kFirstControl]->getInt());
+    if (patternChanged)
+    {
+        // Only a note-on, the port or a restore selects a pattern.
+        shownPattern = static_cast<float>(values[kPortPattern - kFirstControl]->getInt());
+        patternChanged = false;
+    }
+    if (currentPattern) *currentPattern = shownPattern;
     if (midiOut) midiOut->atom.size = written;
     samples += frames;
 }
@@ -309,7 +313,10 @@ void TremolinPlugin::controls()
         else if (port == kPortLane)
             values[i]->setInt(clampToInt(value, 0, kLaneEntries - 1));
         else
+        {
             values[i]->setInt(clampToInt(value, -1000000, 1000000));
+            patternChanged = patternChanged || port == kPortPattern;
+        }
     }
     portsFresh = false;
 }
@@ -323,6 +330,7 @@ void TremolinPlugin::midiIn(const uint8_t* bytes, uint32_t size)
     if (!event) return;
     face.effect->processEvent(event);
     track.releaseEvent(event);
+    patternChanged = true;
 }
 
 void TremolinPlugin::position(const LV2_Atom_Object* object, int64_t sample)
@@ -330,28 +338,23 @@ void TremolinPlugin::position(const LV2_Atom_Object* object, int64_t sample)
     PositionReport report;
     LV2_ATOM_OBJECT_FOREACH(object, property)
     {
+        uint32_t field = 0;
+        while (field < PositionReport::kFieldCount && uris.positionKeys[field] != property->key)
+            ++field;
+        if (field == PositionReport::kFieldCount) continue;
         const std::optional<double> number =
             numberOf(&property->value, uris.atomFloat, uris.atomDouble, uris.atomInt, uris.atomLong);
-        if (!number) continue;
-        if (property->key == uris.timeBar)
-            report.bar = number;
-        else if (property->key == uris.timeBarBeat)
-            report.barBeat = number;
-        else if (property->key == uris.timeBeat)
-            report.beat = number;
-        else if (property->key == uris.timeBeatsPerBar)
-            report.beatsPerBar = number;
-        else if (property->key == uris.timeBeatUnit)
-            report.beatUnit = number;
-        else if (property->key == uris.timeBeatsPerMinute)
-            report.beatsPerMinute = number;
-        else if (property->key == uris.timeSpeed)
-            report.speed = number;
-        else if (property->key == uris.timeFrame)
-            report.frame = number;
+        if (number) report.set(PositionReport::Field(field), *number);
     }
     const int64_t base = samples;
-    switch (clock.report(report, sample))
+    const TransportClock::Change change = clock.report(report, sample);
+    // The grid the module swings on and locates by is the bar the host counts in.
+    if (clock.ticksPerBar() != gridBar)
+    {
+        gridBar = clock.ticksPerBar();
+        context->track().setTicksPerBar(gridBar);
+    }
+    switch (change)
     {
     case TransportClock::Change::None:
         break;
@@ -359,20 +362,16 @@ void TremolinPlugin::position(const LV2_Atom_Object* object, int64_t sample)
         flushNotes(base, sample);
         break;
     case TransportClock::Change::Start:
-        context->track().setTicksPerBar(clock.ticksPerBar());
         face.effect->resume(clock.position());
         break;
     case TransportClock::Change::StartMoved:
-        context->track().setTicksPerBar(clock.ticksPerBar());
         face.effect->restart(clock.position());
         break;
     case TransportClock::Change::Jump:
         flushNotes(base, sample);
-        context->track().setTicksPerBar(clock.ticksPerBar());
         face.effect->reposition(clock.position());
         break;
     }
-    context->track().setTicksPerBar(clock.ticksPerBar());
 }
 
 void TremolinPlugin::play(int64_t base, uint32_t from, uint32_t to)
@@ -385,7 +384,15 @@ void TremolinPlugin::play(int64_t base, uint32_t from, uint32_t to)
         {
             face.effect->processRange(start, end);
             clock.advanceTo(end);
-            context->track().takeEvents(sent);
+            hostkit::HostMidiTrack& track = context->track();
+            // Most ranges of a small block hold no step: then there is nothing to take.
+            if (track.sentCount() != seenSends)
+            {
+                seenSends = track.sentCount();
+                track.takeEvents(sent);
+            }
+            else
+                sent.clear();
             const int64_t first = base + from;
             for (const hostkit::TrackEvent& event : sent)
             {
@@ -501,6 +508,7 @@ LV2_State_Status TremolinPlugin::restore(LV2_State_Retrieve_Function retrieve, L
     }
     if (anyNumber) applyControllers(numbers[0], numbers[1]);
     portsFresh = true;
+    patternChanged = true;
     return LV2_STATE_SUCCESS;
 }
 

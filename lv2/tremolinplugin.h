@@ -72,8 +72,8 @@ private:
     struct Uris
     {
         LV2_URID atomBlank, atomObject, atomFloat, atomDouble, atomInt, atomLong, atomChunk, atomSequence;
-        LV2_URID midiEvent, timePosition, timeBar, timeBarBeat, timeBeat, timeBeatsPerBar, timeBeatUnit,
-            timeBeatsPerMinute, timeSpeed, timeFrame;
+        LV2_URID midiEvent, timePosition;
+        LV2_URID positionKeys[PositionReport::kFieldCount];
         LV2_URID chunkKey, controller1Key, controller2Key;
     };
 
@@ -95,10 +95,15 @@ private:
     // the state's own pattern and settings come first.
     bool portsFresh = true;
     int32_t wantedControllers[2] = {-1, -1};
+    // The playing pattern as the output port shows it, read again only when it may have changed.
+    float shownPattern = 1.0f;
+    bool patternChanged = true;
 
     TransportClock clock;
     PendingNotes pending;
     std::vector<hostkit::TrackEvent> sent; // reserved once, drained every range
+    uint32_t seenSends = 0;                // the track's count when it was last drained
+    int32_t gridBar = 1920;                // the bar the track's grid counts in
     int64_t samples = 0;                   // since instantiation
     uint32_t written = 0;                  // bytes of midiOut's body in this block
     uint32_t capacity = 0;

@@ -97,6 +97,9 @@ public:
     // never given back.
     int32_t faults();
     int32_t eventsAlive();
+    // Events sent or forwarded since the track was made, without taking the lock: a reader on the
+    // event thread that sees no change need not take them.
+    uint32_t sentCount() const { return sends.load(std::memory_order_relaxed); }
 
 private:
     ~HostMidiTrack();
@@ -115,5 +118,6 @@ private:
     std::atomic<GridOrigin> origin{GridOrigin::BarStart};
     std::atomic<int32_t> ticksPerBar{1920};
     std::atomic<bool> forwarding{true};
+    std::atomic<uint32_t> sends{0};
 };
 } // namespace hostkit

@@ -214,7 +214,10 @@ void TremolinPlugin::run(uint32_t frames)
 {
     capacity = 0;
     written = 0;
-    if (midiOut)
+    blockFrames = frames;
+    if (midiOut && midiOut->atom.size < sizeof(LV2_Atom_Sequence_Body))
+        midiOut->atom.size = 0; // no room even for an empty sequence: nothing is written
+    else if (midiOut)
     {
         capacity = midiOut->atom.size;
         midiOut->atom.type = uris.atomSequence;
@@ -271,7 +274,7 @@ void TremolinPlugin::run(uint32_t frames)
         patternChanged = false;
     }
     if (currentPattern) *currentPattern = shownPattern;
-    if (midiOut) midiOut->atom.size = written;
+    if (midiOut && capacity > 0) midiOut->atom.size = written;
     samples += frames;
 }
 
@@ -436,11 +439,12 @@ void TremolinPlugin::flushNotes(int64_t base, int64_t at)
 
 bool TremolinPlugin::write(int64_t base, const MidiOut& event)
 {
-    if (!midiOut) return false;
+    if (!midiOut || capacity == 0) return false;
     const uint32_t needed = lv2_atom_pad_size(sizeof(LV2_Atom_Event) + 3);
     if (written + needed > capacity) return false;
     LV2_Atom_Event head;
-    head.time.frames = std::max<int64_t>(0, event.sample - base);
+    // Within the block: a stop the host reported at its very end ends the notes in its last frame.
+    head.time.frames = std::clamp<int64_t>(event.sample - base, 0, blockFrames > 0 ? blockFrames - 1 : 0);
     head.body.type = uris.midiEvent;
     head.body.size = 3;
     // Past the sequence's head, in the host's buffer: an address, not a member of the head.

@@ -107,5 +107,6 @@ private:
     int64_t samples = 0;                   // since instantiation
     uint32_t written = 0;                  // bytes of midiOut's body in this block
     uint32_t capacity = 0;
+    uint32_t blockFrames = 0;
 };
 } // namespace tremolinlv2

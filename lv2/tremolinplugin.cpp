@@ -339,8 +339,12 @@ void TremolinPlugin::midiIn(const uint8_t* bytes, uint32_t size)
 void TremolinPlugin::position(const LV2_Atom_Object* object, int64_t sample)
 {
     PositionReport report;
+    const auto* objectEnd = reinterpret_cast<const uint8_t*>(object) + sizeof(LV2_Atom) + object->atom.size;
     LV2_ATOM_OBJECT_FOREACH(object, property)
     {
+        // A property that claims more than the object holds ends the reading.
+        const auto* valueBody = reinterpret_cast<const uint8_t*>(&property->value) + sizeof(LV2_Atom);
+        if (valueBody > objectEnd || property->value.size > size_t(objectEnd - valueBody)) break;
         uint32_t field = 0;
         while (field < PositionReport::kFieldCount && uris.positionKeys[field] != property->key)
             ++field;

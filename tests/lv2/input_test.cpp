@@ -81,6 +81,12 @@ TEST(Lv2InputTest, BadInputNeitherCrashesNorLeavesNotes)
         host.atom(10, LV2_ATOM__Float, {0, 0, 0x80, 0x3F});
         host.atom(11, LV2_ATOM__Object, {1, 2, 3});        // shorter than an object's head
         host.atom(12, LV2_TIME__Position, bytesOf(120.0)); // a type no atom has
+        // A position whose tempo claims more bytes than the object holds.
+        std::vector<uint8_t> object(8 + 16 + 4, 0);
+        const uint32_t head[] = {0,    host.urid(LV2_TIME__Position), host.urid(LV2_TIME__beatsPerMinute), 0,
+                                 4000, host.urid(LV2_ATOM__Float)};
+        std::memcpy(object.data(), head, sizeof head);
+        host.atom(13, LV2_ATOM__Object, object);
         host.rawFrame(-5, LV2_MIDI__MidiEvent, {0x90, 36, 100});
         host.rawFrame(1 << 30, LV2_MIDI__MidiEvent, {0x90, 36, 100});
         host.control(kPortSwing, float(round % 3) * 50.0f);

@@ -63,7 +63,7 @@ struct Lv2Host::Features
 
 Lv2Host::Lv2Host(double sampleRate, bool withWorker) : features(std::make_unique<Features>())
 {
-    // The build tree's bundle and the system's specifications, and nothing a user installed.
+    // The build tree's bundle and the LV2 schemas the system has, and nothing a user installed.
     setenv("LV2_PATH", (std::string(TREMOLIN_LV2_BUNDLE_PARENT) + ":/usr/lib/lv2").c_str(), 1);
     world = lilv_world_new();
     lilv_world_load_all(world);

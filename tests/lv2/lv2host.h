@@ -47,7 +47,7 @@ class Lv2Host
 public:
     static constexpr const char* kPluginUri = "https://tremolin.invalid/lv2/tremolin";
 
-    // The world with the build tree's bundle and the system's specifications.
+    // The world with the build tree's bundle and the system's LV2 schemas.
     explicit Lv2Host(double sampleRate = 48000.0, bool withWorker = true);
     ~Lv2Host();
     Lv2Host(const Lv2Host&) = delete;

@@ -2,16 +2,16 @@
 # Checks a bundle's descriptions against the LV2 schemas that lv2-dev installs: validate.sh BUNDLE.
 set -euo pipefail
 bundle=$1
-specs=/usr/lib/lv2
-if ! command -v sord_validate >/dev/null || [ ! -d "$specs/core.lv2" ]; then
-  echo "validate.sh: sord_validate or the LV2 schemas in $specs are missing: run scripts/setup-deps" >&2
+lv2dir=/usr/lib/lv2
+if ! command -v sord_validate >/dev/null || [ ! -d "$lv2dir/core.lv2" ]; then
+  echo "validate.sh: sord_validate or the LV2 schemas in $lv2dir are missing: run scripts/setup-deps" >&2
   exit 77
 fi
-# The specifications only: the plug-ins installed beside them are not ours to judge.
+# The schema bundles only: the plug-ins installed beside them are not ours to judge.
 schemas=()
-for spec in "$specs"/*.lv2; do
-  if grep -qs -E 'lv2:Specification|owl:Ontology' "$spec"/manifest.ttl; then
-    schemas+=("$spec"/*.ttl)
+for bundleDir in "$lv2dir"/*.lv2; do
+  if [ -f "$bundleDir/manifest.ttl" ] && ! grep -qs -E 'lv2:binary|ui:binary' "$bundleDir"/manifest.ttl; then
+    schemas+=("$bundleDir"/*.ttl)
   fi
 done
 out=$(sord_validate "${schemas[@]}" "$bundle"/*.ttl 2>&1) || true

@@ -284,7 +284,8 @@ void TremolinPlugin::controls()
     {
         if (!ports[i]) continue;
         const float value = *ports[i];
-        if (!std::isfinite(value) || (!portsFresh && value == lastPorts[i])) continue;
+        // Most blocks change nothing: that is the first test.
+        if ((value == lastPorts[i] && !portsFresh) || !std::isfinite(value)) continue;
         lastPorts[i] = value;
         const uint32_t port = kFirstControl + i;
         // At the first block and after a restore the other ports are taken as they stand; a

@@ -8,7 +8,9 @@ namespace hostkit
 {
 HostContext::HostContext(HostOptions hostOptions)
     : options(std::move(hostOptions)),
-      settingsFile(options.settingsPath.empty() ? HostSettings::defaultPath() : options.settingsPath),
+      settingsFile(!options.settingsInFile        ? std::string()
+                   : options.settingsPath.empty() ? HostSettings::defaultPath()
+                                                  : options.settingsPath),
       midiTrack(new HostMidiTrack), templates(new TemplateRegistry), board(std::make_shared<DialogBoard>())
 {
 }

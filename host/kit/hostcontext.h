@@ -25,6 +25,9 @@ struct HostOptions
 {
     // The settings file; empty: HostSettings::defaultPath().
     std::string settingsPath;
+    // False for a host that keeps a module's settings in its own project instead (a plug-in
+    // adapter): the module then gets a store that keeps nothing, and no file is read or written.
+    bool settingsInFile = true;
     // Language of the host's texts, a key of the modules' language tables.
     std::string language = "us";
     // A host without its own controller list makes modules fall back to plain ranges.

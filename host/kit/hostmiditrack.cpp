@@ -86,6 +86,7 @@ tresult HostMidiTrack::sendEvent(HostMidiEvent* event)
         return kInvalidArgument;
     }
     output.push_back({event->status, event->data1, event->data2, event->length, event->time, false});
+    sends.fetch_add(1, std::memory_order_relaxed);
     return kResultOk;
 }
 
@@ -99,6 +100,7 @@ tresult HostMidiTrack::forwardEvent(HostMidiEvent* event)
     }
     if (!forwarding) return kResultFalse;
     output.push_back({event->status, event->data1, event->data2, event->length, event->time, true});
+    sends.fetch_add(1, std::memory_order_relaxed);
     return kResultOk;
 }
 

@@ -7,6 +7,7 @@
 // system call while the output stays within its reserve.
 
 #include "foundation/frefcounted.h"
+#include "host/kit/spinlock.h"
 #include "module/hostinterfaces.h"
 
 #include <atomic>
@@ -39,23 +40,6 @@ struct TrackEvent
     bool isNoteOn() const { return (status & 0xF0) == 0x90; }
     bool isController() const { return (status & 0xF0) == 0xB0; }
     int32_t channel() const { return status & 0x0F; }
-};
-
-// A lock for sections of a few stores: a waiter spins rather than asking the system to sleep.
-class SpinLock
-{
-public:
-    void lock()
-    {
-        while (flag.test_and_set(std::memory_order_acquire))
-            while (flag.test(std::memory_order_relaxed))
-            {
-            }
-    }
-    void unlock() { flag.clear(std::memory_order_release); }
-
-private:
-    std::atomic_flag flag;
 };
 
 class HostMidiTrack final : public IHostMidiTrack, public FRefCounted<HostMidiTrack>
@@ -113,6 +97,9 @@ public:
     // never given back.
     int32_t faults();
     int32_t eventsAlive();
+    // Events sent or forwarded since the track was made, without taking the lock: a reader on the
+    // event thread that sees no change need not take them.
+    uint32_t sentCount() const { return sends.load(std::memory_order_relaxed); }
 
 private:
     ~HostMidiTrack();
@@ -131,5 +118,6 @@ private:
     std::atomic<GridOrigin> origin{GridOrigin::BarStart};
     std::atomic<int32_t> ticksPerBar{1920};
     std::atomic<bool> forwarding{true};
+    std::atomic<uint32_t> sends{0};
 };
 } // namespace hostkit

@@ -112,7 +112,7 @@ int32_t HostValue::intLocked() const
 
 bool HostValue::storeInt(int32_t value)
 {
-    std::lock_guard<std::mutex> guard(mutex);
+    std::lock_guard<SpinLock> guard(mutex);
     int32_t stored = value;
     switch (kindOfValue)
     {
@@ -144,7 +144,7 @@ bool HostValue::storeInt(int32_t value)
 bool HostValue::storeFloat(float value)
 {
     if (kindOfValue != Kind::Float) return storeInt(roundToInt(value));
-    std::lock_guard<std::mutex> guard(mutex);
+    std::lock_guard<SpinLock> guard(mutex);
     if (std::isnan(value)) return false;
     const float clamped = std::fmin(std::fmax(value, lowFloat), highFloat);
     const bool changed = clamped != floatValue;
@@ -157,7 +157,7 @@ void HostValue::notify()
     IPlugController* target;
     int32_t boundTag;
     {
-        std::lock_guard<std::mutex> guard(mutex);
+        std::lock_guard<SpinLock> guard(mutex);
         target = boundListener;
         boundTag = tag;
     }
@@ -197,7 +197,7 @@ tresult HostValue::getDisplayText(char16_t* out)
 
 int32_t HostValue::getInt()
 {
-    std::lock_guard<std::mutex> guard(mutex);
+    std::lock_guard<SpinLock> guard(mutex);
     return intLocked();
 }
 
@@ -210,13 +210,13 @@ tresult HostValue::setInt(int32_t value)
 
 int32_t HostValue::getMaxInt()
 {
-    std::lock_guard<std::mutex> guard(mutex);
+    std::lock_guard<SpinLock> guard(mutex);
     return maxIntLocked();
 }
 
 tresult HostValue::bindController(IPlugController* newListener, int32_t newTag)
 {
-    std::lock_guard<std::mutex> guard(mutex);
+    std::lock_guard<SpinLock> guard(mutex);
     boundListener = newListener;
     tag = newTag;
     return kResultOk;
@@ -242,7 +242,7 @@ int32_t HostValue::getKind()
 
 int32_t HostValue::getTag()
 {
-    std::lock_guard<std::mutex> guard(mutex);
+    std::lock_guard<SpinLock> guard(mutex);
     return tag;
 }
 
@@ -270,7 +270,7 @@ tresult HostValue::assignString(const char16_t* newText, int32_t flag)
     {
     case Kind::String:
     {
-        std::lock_guard<std::mutex> guard(mutex);
+        std::lock_guard<SpinLock> guard(mutex);
         changed = text != wanted;
         text = wanted;
         break;
@@ -280,7 +280,7 @@ tresult HostValue::assignString(const char16_t* newText, int32_t flag)
     {
         int32_t index = -1;
         {
-            std::lock_guard<std::mutex> guard(mutex);
+            std::lock_guard<SpinLock> guard(mutex);
             for (size_t i = 0; i < strings.size(); ++i)
                 if (strings[i] == wanted)
                 {
@@ -337,7 +337,7 @@ tresult HostValue::assignInt(int32_t value, int32_t flag)
 tresult HostValue::setMinInt(int32_t value)
 {
     if (kindOfValue != Kind::Int) return kResultFalse;
-    std::lock_guard<std::mutex> guard(mutex);
+    std::lock_guard<SpinLock> guard(mutex);
     lowInt = value;
     if (highInt < lowInt) highInt = lowInt;
     intValue = clampInt(intValue, lowInt, highInt);
@@ -347,7 +347,7 @@ tresult HostValue::setMinInt(int32_t value)
 tresult HostValue::setMaxInt(int32_t value)
 {
     if (kindOfValue != Kind::Int) return kResultFalse;
-    std::lock_guard<std::mutex> guard(mutex);
+    std::lock_guard<SpinLock> guard(mutex);
     highInt = value;
     if (lowInt > highInt) lowInt = highInt;
     intValue = clampInt(intValue, lowInt, highInt);
@@ -356,7 +356,7 @@ tresult HostValue::setMaxInt(int32_t value)
 
 float HostValue::getFloat()
 {
-    std::lock_guard<std::mutex> guard(mutex);
+    std::lock_guard<SpinLock> guard(mutex);
     return kindOfValue == Kind::Float ? floatValue : static_cast<float>(intLocked());
 }
 
@@ -370,7 +370,7 @@ tresult HostValue::assignFloat(float value, int32_t flag)
 tresult HostValue::setMinFloat(float value)
 {
     if (kindOfValue != Kind::Float || std::isnan(value)) return kResultFalse;
-    std::lock_guard<std::mutex> guard(mutex);
+    std::lock_guard<SpinLock> guard(mutex);
     lowFloat = value;
     if (highFloat < lowFloat) highFloat = lowFloat;
     floatValue = std::fmin(std::fmax(floatValue, lowFloat), highFloat);
@@ -380,7 +380,7 @@ tresult HostValue::setMinFloat(float value)
 tresult HostValue::setMaxFloat(float value)
 {
     if (kindOfValue != Kind::Float || std::isnan(value)) return kResultFalse;
-    std::lock_guard<std::mutex> guard(mutex);
+    std::lock_guard<SpinLock> guard(mutex);
     highFloat = value;
     if (lowFloat > highFloat) lowFloat = highFloat;
     floatValue = std::fmin(std::fmax(floatValue, lowFloat), highFloat);
@@ -389,14 +389,14 @@ tresult HostValue::setMaxFloat(float value)
 
 tresult HostValue::setDefault(float value)
 {
-    std::lock_guard<std::mutex> guard(mutex);
+    std::lock_guard<SpinLock> guard(mutex);
     defaultFloat = value;
     return kResultOk;
 }
 
 tresult HostValue::setFlag(int32_t flag, uint8_t on)
 {
-    std::lock_guard<std::mutex> guard(mutex);
+    std::lock_guard<SpinLock> guard(mutex);
     if (on)
         flags |= flag;
     else
@@ -407,7 +407,7 @@ tresult HostValue::setFlag(int32_t flag, uint8_t on)
 tresult HostValue::setStrings(const char16_t* const* list)
 {
     if (!list) return kInvalidArgument;
-    std::lock_guard<std::mutex> guard(mutex);
+    std::lock_guard<SpinLock> guard(mutex);
     // The host keeps its own copies: entries are replaced later through setStringAt, and
     // the module's texts are never written to.
     strings.clear();
@@ -420,7 +420,7 @@ tresult HostValue::setStrings(const char16_t* const* list)
 tresult HostValue::setStringAt(int32_t index, const char16_t* entry)
 {
     if (!entry) return kInvalidArgument;
-    std::lock_guard<std::mutex> guard(mutex);
+    std::lock_guard<SpinLock> guard(mutex);
     if (index < 0 || index >= static_cast<int32_t>(strings.size())) return kInvalidArgument;
     strings[static_cast<size_t>(index)] = entry;
     return kResultOk;
@@ -429,57 +429,57 @@ tresult HostValue::setStringAt(int32_t index, const char16_t* entry)
 tresult HostValue::setPrecision(int32_t newDigits)
 {
     if (newDigits < 0) return kInvalidArgument;
-    std::lock_guard<std::mutex> guard(mutex);
+    std::lock_guard<SpinLock> guard(mutex);
     digits = newDigits > 9 ? 9 : newDigits;
     return kResultOk;
 }
 
 int32_t HostValue::minInt()
 {
-    std::lock_guard<std::mutex> guard(mutex);
+    std::lock_guard<SpinLock> guard(mutex);
     return kindOfValue == Kind::Int || kindOfValue == Kind::Bool || kindOfValue == Kind::Controller ? lowInt
                                                                                                     : 0;
 }
 
 std::u16string HostValue::displayText()
 {
-    std::lock_guard<std::mutex> guard(mutex);
+    std::lock_guard<SpinLock> guard(mutex);
     return displayTextLocked();
 }
 
 std::vector<std::u16string> HostValue::entries()
 {
-    std::lock_guard<std::mutex> guard(mutex);
+    std::lock_guard<SpinLock> guard(mutex);
     return strings;
 }
 
 float HostValue::defaultValue()
 {
-    std::lock_guard<std::mutex> guard(mutex);
+    std::lock_guard<SpinLock> guard(mutex);
     return defaultFloat;
 }
 
 int32_t HostValue::automationFlags()
 {
-    std::lock_guard<std::mutex> guard(mutex);
+    std::lock_guard<SpinLock> guard(mutex);
     return flags;
 }
 
 int32_t HostValue::precision()
 {
-    std::lock_guard<std::mutex> guard(mutex);
+    std::lock_guard<SpinLock> guard(mutex);
     return digits;
 }
 
 IPlugController* HostValue::listener()
 {
-    std::lock_guard<std::mutex> guard(mutex);
+    std::lock_guard<SpinLock> guard(mutex);
     return boundListener;
 }
 
 void HostValue::unbind()
 {
-    std::lock_guard<std::mutex> guard(mutex);
+    std::lock_guard<SpinLock> guard(mutex);
     boundListener = nullptr;
 }
 } // namespace hostkit

@@ -9,6 +9,7 @@
 // its values with the flag 0 before anything is bound).
 
 #include "foundation/frefcounted.h"
+#include "host/kit/spinlock.h"
 #include "module/hostinterfaces.h"
 
 #include <atomic>
@@ -100,7 +101,8 @@ private:
     void notify();
 
     const Kind kindOfValue;
-    std::mutex mutex;
+    // Taken on the event thread too (a note-on selects a pattern through its value): it spins.
+    SpinLock mutex;
     int32_t intValue = 0;
     int32_t lowInt = INT32_MIN;
     int32_t highInt = INT32_MAX;

@@ -1,7 +1,8 @@
 # Reads every source of the product and fails on an include that runs against the layers:
 #   foundation <- module <- plugbase <- midiplugs/midiseq; toolkit <- foundation;
 #   host/kit <- module + foundation; host <- host/kit (+ toolkit for its own windows, and the
-#   chunk's layout header of the sequencer).
+#   chunk's layout header of the sequencer); lv2 <- host/kit + module + foundation (the LV2
+#   adapter is a host of the module file, never a user of its code).
 # The effect's half of plugbase and of the sequencer knows no toolkit, so that the engine, the
 # chunk and their fuzzer build without a window or drawing library. Platform headers appear only
 # under a platform/ folder. Run as: cmake -DSOURCE_DIR=... -P check_layers.cmake
@@ -9,7 +10,7 @@ cmake_minimum_required(VERSION 3.25)
 
 set(ours foundation module plugbase toolkit midiplugs host tools lv2)
 # folder (a regular expression on the file's path) -> the folders of ours it may include
-set(rule_names foundation module plugbase_editor plugbase toolkit midiseq_editor midiseq hostkit host tools)
+set(rule_names foundation module plugbase_editor plugbase toolkit midiseq_editor midiseq hostkit host lv2 tools)
 set(rule_foundation_path "^foundation/")
 set(rule_foundation_allowed foundation)
 set(rule_module_path "^module/")
@@ -28,6 +29,8 @@ set(rule_hostkit_path "^host/kit/")
 set(rule_hostkit_allowed foundation module host/kit)
 set(rule_host_path "^host/")
 set(rule_host_allowed foundation module host toolkit)
+set(rule_lv2_path "^lv2/")
+set(rule_lv2_allowed foundation module host/kit lv2)
 set(rule_tools_path "^tools/")
 set(rule_tools_allowed "")
 
@@ -36,7 +39,7 @@ file(GLOB_RECURSE sources RELATIVE ${SOURCE_DIR}
      ${SOURCE_DIR}/module/*.cpp ${SOURCE_DIR}/plugbase/*.h ${SOURCE_DIR}/plugbase/*.cpp
      ${SOURCE_DIR}/toolkit/*.h ${SOURCE_DIR}/toolkit/*.cpp ${SOURCE_DIR}/midiplugs/*.h
      ${SOURCE_DIR}/midiplugs/*.cpp ${SOURCE_DIR}/host/*.h ${SOURCE_DIR}/host/*.cpp
-     ${SOURCE_DIR}/tools/*.h ${SOURCE_DIR}/tools/*.cpp)
+     ${SOURCE_DIR}/lv2/*.h ${SOURCE_DIR}/lv2/*.cpp ${SOURCE_DIR}/tools/*.h ${SOURCE_DIR}/tools/*.cpp)
 
 set(platform_headers "<(windows\\.h|gdiplus|ole2\\.h|objidl\\.h|shlobj\\.h|X11/|cairo|pthread\\.h|dlfcn\\.h|unistd\\.h)")
 set(faults 0)

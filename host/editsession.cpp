@@ -6,9 +6,12 @@
 #include "host/kit/platform/editorwindow.h"
 #include "host/kit/platform/hostplatform.h"
 #include "host/kit/userfile.h"
+#include "host/panel.h"
+#include "host/paneltemplate.h"
 #include "host/projectfile.h"
 #include "host/render.h"
 #include "host/trackeventtext.h"
+#include "module/effectinterfaces.h"
 #include "module/plugview.h"
 
 #include <algorithm>
@@ -25,10 +28,12 @@ namespace
 using platform::EditorWindow;
 using platform::WindowEvent;
 
-// The editor's place in the panel and its size there.
+// The editor's place in the panel and its size there, when the module carries no panel.
 const char* const kViewName = "SequencerView";
 constexpr int32_t kViewWidth = 603;
 constexpr int32_t kViewHeight = 230;
+// The module's template and the panel in it.
+const char* const kEditorTemplate = "editor";
 // How often the editor gets its idle call: often enough that painting and the pointer feel
 // immediate, rarely enough to cost nothing.
 constexpr auto kIdlePeriod = std::chrono::milliseconds(15);
@@ -68,6 +73,8 @@ public:
     ~ModuleEditor()
     {
         closeView();
+        panel.reset();
+        if (resources) resources->release();
         if (controller) controller->release();
         // The effect gives its references to the context back in terminate, so the module goes
         // first.
@@ -86,6 +93,7 @@ public:
         if (!module) return false;
         HostOptions options;
         options.settingsPath = setup.settingsPath;
+        options.language = setup.language;
         context = new HostContext(options);
         effect = module->instantiate(kMidiSeqClassId, error);
         if (!effect || !module->initialize(effect, static_cast<IHostContext*>(context), error)) return false;
@@ -105,9 +113,12 @@ public:
             return false;
         }
         controller = queryFace<IPlugController>(effect);
+        resources = queryFace<IUIFactory2>(effect);
+        readPanel();
 
+        const ModuleViewPlace place = viewPlace();
         IViewBuilder* builder = queryFace<IViewBuilder>(effect);
-        const PViewRect rect{0, 0, kViewWidth, kViewHeight};
+        const PViewRect rect{0, 0, place.width, place.height};
         if (builder)
         {
             if (builder->createView(kViewName, &rect, &view) != kResultOk && view)
@@ -125,6 +136,10 @@ public:
         return true;
     }
 
+    // The window's size: the panel's, or the view's alone.
+    int32_t width() const { return panel ? panel->width() : kViewWidth; }
+    int32_t height() const { return panel ? panel->height() : kViewHeight; }
+
     bool attach(EditorWindow& window, std::string& error)
     {
         const char* type = EditorWindow::platformType();
@@ -133,13 +148,36 @@ public:
             error = "The module's editor can't live in a window of type " + std::string(type) + ".";
             return false;
         }
-        if (view->attachToParent(window.nativeHandle(), type) != kResultOk)
+        void* parent = window.nativeHandle();
+        if (panel)
+        {
+            if (!panel->open(window.nativeHandle(), error)) return false;
+            for (const std::string& skipped : panel->skipped())
+                std::fprintf(stderr, "tremolin-host: The panel leaves out %s.\n", skipped.c_str());
+            // The panel's window must be on the server before the view's goes above it.
+            panel->idle();
+            const ModuleViewPlace place = viewPlace();
+            parent = window.addChild(place.left, place.top, place.width, place.height);
+            if (!parent)
+            {
+                error = "The host could not make a window for the module's editor in its panel.";
+                return false;
+            }
+        }
+        if (view->attachToParent(parent, type) != kResultOk)
         {
             error = "The module's editor refused the host's window.";
             return false;
         }
         attached = true;
         return true;
+    }
+
+    // One round of service on the user-interface thread: the module's view, then the panel.
+    void idle()
+    {
+        view->serviceIdle();
+        if (panel) panel->idle();
     }
 
     void closeView()
@@ -178,8 +216,60 @@ public:
     IPlugView* view = nullptr;
     IPlugController* controller = nullptr;
     HostContext* context = nullptr;
+    std::unique_ptr<Panel> panel;
 
 private:
+    // The module's panel from its template, if it carries one; without it the window shows the
+    // module's view alone. What the panel leaves out is said on stderr.
+    void readPanel()
+    {
+        if (!resources) return;
+        int32_t size = 0;
+        char name[128] = {};
+        if (resources->getTemplate(kEditorTemplate, name, nullptr, &size) != kResultOk || size <= 0 ||
+            size > 16 * 1024 * 1024)
+            return;
+        std::string text(static_cast<size_t>(size), '\0');
+        if (resources->getTemplate(kEditorTemplate, name, text.data(), &size) != kResultOk || size <= 0 ||
+            static_cast<size_t>(size) > text.size())
+            return;
+        text.resize(static_cast<size_t>(size));
+        name[sizeof name - 1] = 0;
+        // A terminator the module counted in is no part of the text.
+        while (!text.empty() && text.back() == '\0')
+            text.pop_back();
+        std::string reason;
+        if (!readTemplateSet(text, templates, reason))
+        {
+            std::fprintf(stderr, "tremolin-host: The module's panel can't be read (%s); its editor is shown alone.\n",
+                         reason.c_str());
+            return;
+        }
+        PanelServices services;
+        services.controller = controller;
+        services.resources = resources;
+        services.context = context;
+        panel = std::make_unique<Panel>(templates, name, services);
+        for (const std::string& skipped : templates.skipped)
+            std::fprintf(stderr, "tremolin-host: The panel leaves out %s.\n", skipped.c_str());
+        if (panel->width() <= 0)
+        {
+            std::fprintf(stderr, "tremolin-host: The module's panel has no size; its editor is shown alone.\n");
+            panel.reset();
+        }
+    }
+
+    ModuleViewPlace viewPlace() const
+    {
+        if (panel)
+            for (const ModuleViewPlace& place : panel->moduleViews())
+                if (place.name == kViewName) return place;
+        return {kViewName, 0, 0, kViewWidth, kViewHeight};
+    }
+
+    TemplateSet templates;
+    IUIFactory2* resources = nullptr;
+
     std::unique_ptr<PluginModule> module;
     bool attached = false;
 };
@@ -363,11 +453,15 @@ bool runEdit(const EditOptions& options, std::string& error)
     std::vector<uint8_t> onDisk;
     if (!loadProjectFile(options.projectPath, loaded, error, &isChunk, &onDisk)) return false;
 
-    EditorWindow window({kViewWidth, kViewHeight, editorWindowTitle(), false}, error);
-    if (!window.open()) return false;
+    // The window goes after the editor, whose views live in it.
+    std::unique_ptr<EditorWindow> shown;
     ModuleEditor editor;
-    if (!editor.open(options, loaded, error) || !window.show(error) || !editor.attach(window, error))
-        return false;
+    if (!editor.open(options, loaded, error)) return false;
+    shown = std::make_unique<EditorWindow>(
+        EditorWindow::Options{editor.width(), editor.height(), editorWindowTitle(), false, editor.panel != nullptr},
+        error);
+    EditorWindow& window = *shown;
+    if (!window.open() || !window.show(error) || !editor.attach(window, error)) return false;
     // What the module made of the file, before the user touched it: only a change from this is
     // the user's, and only that is worth a write.
     Project opened;
@@ -404,13 +498,18 @@ bool runEdit(const EditOptions& options, std::string& error)
             const Clock::time_point now = Clock::now();
             if (now >= nextIdle)
             {
-                editor.view->serviceIdle();
+                editor.idle();
                 nextIdle = now + kIdlePeriod;
             }
             const auto wait = std::chrono::duration_cast<std::chrono::milliseconds>(nextIdle - Clock::now());
             WindowEvent event;
             if (!window.nextEvent(event, static_cast<int32_t>(std::max<int64_t>(wait.count(), 0)))) continue;
             if (event.kind == WindowEvent::Kind::Close) break;
+            if (event.kind == WindowEvent::Kind::Resize)
+            {
+                if (editor.panel) editor.panel->resize(event.width, event.height);
+                continue;
+            }
             switch (event.key)
             {
             case WindowEvent::Key::Escape:
@@ -468,11 +567,13 @@ bool runSnapshot(const SnapshotOptions& options, std::string& error)
     Project project;
     if (!loadProjectFile(options.projectPath, project, error)) return false;
 
-    EditorWindow window({kViewWidth, kViewHeight, "Tremolin", true}, error);
-    if (!window.open()) return false;
+    std::unique_ptr<EditorWindow> shown;
     ModuleEditor editor;
-    if (!editor.open(options, project, error) || !window.show(error) || !editor.attach(window, error))
-        return false;
+    if (!editor.open(options, project, error)) return false;
+    shown = std::make_unique<EditorWindow>(
+        EditorWindow::Options{editor.width(), editor.height(), "Tremolin", true, false}, error);
+    EditorWindow& window = *shown;
+    if (!window.open() || !window.show(error) || !editor.attach(window, error)) return false;
 
     // The editor paints when it handles its window's first exposure, inside an idle call. Pump
     // until two readings in a row agree and show more than the bare window, or give up.
@@ -480,7 +581,7 @@ bool runSnapshot(const SnapshotOptions& options, std::string& error)
     bool settled = false;
     for (int round = 0; round < 150 && !settled; ++round)
     {
-        editor.view->serviceIdle();
+        editor.idle();
         WindowEvent ignored;
         while (window.nextEvent(ignored, 0))
         {

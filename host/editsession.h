@@ -2,8 +2,9 @@
 
 // The module's editor in a window of the host's: `edit` lets the user work on a project while the
 // transport plays it in real time and saves it when the window closes; `snapshot` writes a
-// picture of the editor as it opens. Until the module's own panel exists, the host lends keys to
-// the panel's parameters.
+// picture of the editor as it opens. The window holds the module's whole panel, built by the host
+// from the module's template with the module's sequencer view inside; the host's keys stay as
+// shortcuts for the panel's parameters.
 
 #include <cstdint>
 #include <string>
@@ -16,6 +17,7 @@ struct EditorSetup
     std::string modulePath;
     std::string projectPath;
     std::string settingsPath; // empty: the user's settings file
+    std::string language = "us"; // of the host's texts, a key of the module's language table
 };
 
 struct EditOptions : EditorSetup

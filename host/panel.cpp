@@ -1,0 +1,735 @@
+#include "host/panel.h"
+
+#include "host/kit/hostcontext.h"
+#include "host/kit/hosttext.h"
+#include "host/kit/hostvalue.h"
+#include "module/effectinterfaces.h"
+#include "toolkit/cbitmap.h"
+#include "toolkit/cbuttons.h"
+#include "toolkit/cdrawcontext.h"
+#include "toolkit/cframe.h"
+#include "toolkit/coptionmenu.h"
+#include "toolkit/cparamdisplay.h"
+#include "toolkit/cslider.h"
+#include "toolkit/ctextedit.h"
+
+#include <cmath>
+#include <map>
+#include <mutex>
+
+namespace hostkit
+{
+using namespace Plexel;
+using Clock = std::chrono::steady_clock;
+
+namespace
+{
+// A button that repeats waits this long before its first repeat, then repeats at this pace.
+constexpr auto kRepeatDelay = std::chrono::milliseconds(400);
+constexpr auto kRepeatPeriod = std::chrono::milliseconds(120);
+// Pixels of a vertical drag per step of a number field.
+constexpr int32_t kDragPixelsPerStep = 4;
+
+std::mutex resourceMutex;
+std::map<int32_t, std::vector<uint8_t>>& panelResources()
+{
+    static std::map<int32_t, std::vector<uint8_t>> resources;
+    return resources;
+}
+
+bool findPanelResource(const char* type, const CResourceDescription& description, const unsigned char** data,
+                       uint32_t* size)
+{
+    if (description.kind != 0 || std::string(type) != kResourceTypeData) return false;
+    std::lock_guard<std::mutex> guard(resourceMutex);
+    const auto found = panelResources().find(description.id.number);
+    if (found == panelResources().end() || found->second.empty()) return false;
+    *data = found->second.data();
+    *size = static_cast<uint32_t>(found->second.size());
+    return true;
+}
+
+// The template names its fonts and colours by words a host knows; these are ours.
+CColor colourNamed(const std::string& name)
+{
+    if (name == "datafieldless") return {247, 207, 84, 255}; // the amber of a lit display
+    return {202, 210, 220, 255};                               // the panel's ink
+}
+
+CFontDesc* fontNamed(const std::string& name)
+{
+    return name == "data" ? kFontSmall : kFontNormal;
+}
+
+// Which of the three pictures of a button's strip: at rest, under the pointer, held down.
+int32_t pictureOf(float value, bool hovered)
+{
+    return value > 0.5f ? 2 : hovered ? 1 : 0;
+}
+
+void drawStripPicture(CDrawContext* context, CBitmap* strip, const CRect& size, int32_t picture,
+                      const char* fallbackTitle)
+{
+    const int32_t height = size.height();
+    if (strip && height > 0)
+    {
+        const int32_t pictures = std::max(1, strip->height() / height);
+        strip->draw(context, size, CPoint(0, std::min(picture, pictures - 1) * height));
+        return;
+    }
+    // No bitmap: a plain key, so that the button can still be found and pressed.
+    context->setFillColor(picture == 2 ? CColor{20, 26, 33, 255} : CColor{60, 72, 86, 255});
+    context->drawRect(size, kDrawFilled);
+    context->setFrameColor({5, 8, 12, 255});
+    context->drawRect(size);
+    context->setFont(kFontSmaller);
+    context->setFontColor({202, 210, 220, 255});
+    context->drawString(fallbackTitle, size);
+}
+
+// A value field: the wheel and a vertical drag step the number, a click without a drag opens
+// the entry field for typing one.
+class ValueBox : public CTextEdit
+{
+public:
+    ValueBox(const CRect& size, CControlListener* listener, int32_t tag)
+        : CTextEdit(size, listener, tag, "", nullptr, kStyleNoFrame)
+    {
+    }
+
+    bool typedChange() const { return typing; }
+
+    int32_t onMouseDown(CPoint& where, const int32_t& buttons) override
+    {
+        if (!(buttons & kButtonLeft) || isEditing()) return kMouseNotHandled;
+        startY = where.y;
+        startValue = value();
+        dragged = false;
+        return kMouseHandled;
+    }
+    int32_t onMouseMove(CPoint& where, const int32_t& buttons) override
+    {
+        if (!(buttons & kButtonLeft)) return kMouseNotHandled;
+        const int32_t steps = (startY - where.y) / kDragPixelsPerStep;
+        if (steps != 0) dragged = true;
+        if (dragged) step(startValue + float(steps) - value());
+        return kMouseHandled;
+    }
+    int32_t onMouseUp(CPoint& where, const int32_t&) override
+    {
+        if (!dragged)
+        {
+            const int32_t left = kButtonLeft;
+            CTextEdit::onMouseDown(where, left);
+        }
+        return kMouseHandled;
+    }
+    bool onWheel(const CPoint&, float distance, const int32_t&) override
+    {
+        if (distance == 0.f) return false;
+        step(distance > 0.f ? 1.f : -1.f);
+        return true;
+    }
+    void onFocusLost() override
+    {
+        typing = true;
+        CTextEdit::onFocusLost();
+        typing = false;
+    }
+    CView* clone() const override { return nullptr; }
+
+private:
+    void step(float by)
+    {
+        if (by == 0.f) return;
+        setValue(value() + by);
+        if (listenerValue) listenerValue->onValueChanged(this);
+    }
+
+    int32_t startY = 0;
+    float startValue = 0.f;
+    bool dragged = false;
+    bool typing = false;
+};
+
+// The slider's background strip holds two pictures: the empty track, and the lit one that a
+// "split" slider shows up to its handle.
+class PanelSlider : public CHorizontalSlider
+{
+public:
+    PanelSlider(const CRect& size, CControlListener* listener, int32_t tag, CBitmap* handle, CBitmap* back,
+                bool split)
+        : CHorizontalSlider(size, listener, tag,
+                            CPoint(0, handle ? (size.height() - handle->height()) / 2 : 0), size.width(), handle,
+                            back, CPoint(), kSliderHorizontal | kSliderOriginStart),
+          split(split)
+    {
+    }
+
+    void draw(CDrawContext* context) override
+    {
+        CBitmap* back = background();
+        const CRect knob = handleRect();
+        if (back)
+        {
+            back->draw(context, size, CPoint());
+            if (split && back->height() >= 2 * size.height())
+            {
+                CRect lit = size;
+                lit.right = std::min(size.right, (knob.left + knob.right) / 2);
+                back->draw(context, lit, CPoint(0, size.height()));
+            }
+        }
+        else
+        {
+            context->setFillColor({3, 5, 8, 255});
+            context->drawRect(CRect(size.left, size.top + size.height() / 2 - 2, size.right,
+                                    size.top + size.height() / 2 + 2),
+                              kDrawFilled);
+        }
+        if (handle)
+            handle->drawTransparent(context, knob, CPoint());
+        else
+        {
+            context->setFillColor({202, 210, 220, 255});
+            context->drawRect(CRect(knob.left, size.top, knob.left + 6, size.bottom), kDrawFilled);
+        }
+        setDirty(false);
+    }
+    CView* clone() const override { return nullptr; }
+
+private:
+    bool split;
+};
+
+// The template's buttons, with the three pictures of their strips.
+template <class Button> class StripButton : public Button
+{
+public:
+    StripButton(const CRect& size, CControlListener* listener, int32_t tag, CBitmap* strip, std::string title)
+        : Button(size, listener, tag, size.height(), strip), title(std::move(title))
+    {
+    }
+    void draw(CDrawContext* context) override
+    {
+        drawStripPicture(context, this->background(), this->size, pictureOf(this->value(), hovered), title.c_str());
+        this->setDirty(false);
+    }
+    int32_t onMouseEnter(CPoint&, const int32_t&) override
+    {
+        hovered = true;
+        this->invalidate();
+        return kMouseHandled;
+    }
+    int32_t onMouseLeave(CPoint&, const int32_t&) override
+    {
+        hovered = false;
+        this->invalidate();
+        return kMouseHandled;
+    }
+    CView* clone() const override { return nullptr; }
+
+private:
+    std::string title;
+    bool hovered = false;
+};
+
+// A group that lays its children out by its style: "hcenter" keeps each centred across it.
+class AlignGroup : public CViewContainer
+{
+public:
+    AlignGroup(const CRect& size, CFrame* frame, bool centre) : CViewContainer(size, frame), centre(centre)
+    {
+        setTransparent(true);
+    }
+    void setViewSize(const CRect& rect, bool invalidate = true) override
+    {
+        CViewContainer::setViewSize(rect, invalidate);
+        if (!centre) return;
+        for (int32_t i = 0; i < childCount(); ++i)
+        {
+            CView* child = childAt(i);
+            CRect r = child->viewSize();
+            const int32_t width = r.width();
+            r.left = (rect.width() - width) / 2;
+            r.right = r.left + width;
+            child->setViewSize(r, invalidate);
+            child->setMouseArea(r);
+        }
+    }
+    CView* clone() const override { return nullptr; }
+
+private:
+    bool centre;
+};
+
+int32_t autosizeOf(const PanelNode& node)
+{
+    if (node.attaches("all")) return kAutosizeLeft | kAutosizeTop | kAutosizeRight | kAutosizeBottom;
+    int32_t flags = 0;
+    if (node.attaches("left")) flags |= kAutosizeLeft;
+    if (node.attaches("top")) flags |= kAutosizeTop;
+    if (node.attaches("right")) flags |= kAutosizeRight;
+    if (node.attaches("bottom")) flags |= kAutosizeBottom;
+    return flags;
+}
+
+std::string displayTextOf(IHostValue* value)
+{
+    char16_t text[IHostValue::kDisplayTextSize] = {};
+    value->getDisplayText(text);
+    text[IHostValue::kDisplayTextSize - 1] = 0;
+    return utf16ToUtf8(text);
+}
+} // namespace
+
+void addPanelResource(int32_t number, std::vector<uint8_t> bytes)
+{
+    std::lock_guard<std::mutex> guard(resourceMutex);
+    panelResources()[number] = std::move(bytes);
+    setResourceFinder(findPanelResource);
+}
+
+namespace
+{
+// The bitmap of a name, fetched from the module the first time; null (and said) when it can't
+// be had.
+CBitmap* bitmapNamed(const TemplateSet& set, IUIFactory2* resources, const std::string& name,
+                     std::vector<std::pair<std::string, void*>>& cache, std::vector<std::string>& skipped)
+{
+    if (name.empty()) return nullptr;
+    for (const auto& [known, bitmap] : cache)
+        if (known == name) return static_cast<CBitmap*>(bitmap);
+    CBitmap* bitmap = nullptr;
+    const auto listed = set.bitmaps.find(name);
+    const std::optional<int64_t> number =
+        listed == set.bitmaps.end() ? std::nullopt : parseInteger(listed->second);
+    if (listed == set.bitmaps.end())
+        skipped.push_back("the bitmap " + quotedWord(name) + ", which the template does not list");
+    else if (!number || *number < 0 || *number > INT32_MAX)
+        skipped.push_back("the bitmap " + quotedWord(name) + ": its path " + quotedWord(listed->second) +
+                          " is no resource number");
+    else
+    {
+        int32_t size = 0;
+        std::vector<uint8_t> bytes;
+        if (resources && resources->getResource(listed->second.c_str(), nullptr, &size) == kResultOk && size > 0 &&
+            size <= 64 * 1024 * 1024)
+        {
+            bytes.resize(static_cast<size_t>(size));
+            if (resources->getResource(listed->second.c_str(), bytes.data(), &size) != kResultOk ||
+                size != static_cast<int32_t>(bytes.size()))
+                bytes.clear();
+        }
+        if (bytes.empty())
+            skipped.push_back("the bitmap " + quotedWord(name) + ": the module has no resource " +
+                              quotedWord(listed->second));
+        else
+        {
+            addPanelResource(static_cast<int32_t>(*number), std::move(bytes));
+            bitmap = new CBitmap(CResourceDescription(static_cast<int32_t>(*number)));
+            if (bitmap->width() <= 0)
+            {
+                skipped.push_back("the bitmap " + quotedWord(name) + ": resource " + quotedWord(listed->second) +
+                                  " is no picture the host reads");
+                bitmap->release();
+                bitmap = nullptr;
+            }
+        }
+    }
+    cache.emplace_back(name, bitmap);
+    return bitmap;
+}
+} // namespace
+
+struct Panel::Binding
+{
+    PanelNode::Kind kind;
+    std::string parameter;
+    bool repeat = false;
+    IHostValue* value = nullptr;
+    int32_t minimum = 0;
+    CControl* control = nullptr; // owned by the tree
+    int32_t shown = INT32_MIN;
+    std::string shownText;
+    std::vector<std::u16string> shownEntries;
+    bool held = false;
+    Clock::time_point nextRepeat;
+};
+
+class Panel::Listener : public CControlListener
+{
+public:
+    explicit Listener(Panel& panel) : panel(panel) {}
+    void onValueChanged(CControl* control) override { panel.controlChanged(control->tag()); }
+
+private:
+    Panel& panel;
+};
+
+Panel::Panel(const TemplateSet& set, const std::string& templateName, PanelServices services)
+    : services(std::move(services)), listener(std::make_unique<Listener>(*this)), set(&set)
+{
+    panelTemplate = set.find(templateName);
+    if (!panelTemplate)
+    {
+        skip("the template has no panel named " + quotedWord(templateName));
+        return;
+    }
+    CBitmap* back = bitmapNamed(set, this->services.resources, panelTemplate->background, bitmaps, skippedParts);
+    if (back)
+    {
+        panelWidth = back->width();
+        panelHeight = back->height();
+    }
+    else
+    {
+        // Without a background the panel is as large as what it holds.
+        for (const PanelNode& node : panelTemplate->children)
+        {
+            panelWidth = std::max(panelWidth, node.left + node.width);
+            panelHeight = std::max(panelHeight, node.top + node.height);
+        }
+    }
+    if (panelWidth <= 0 || panelHeight <= 0 || panelWidth > 8192 || panelHeight > 8192)
+    {
+        skip("the panel, which has no size the host can show");
+        panelWidth = panelHeight = 0;
+        return;
+    }
+    findModuleViews(panelTemplate->children, 0, 0);
+}
+
+void Panel::findModuleViews(const std::vector<PanelNode>& nodes, int32_t originX, int32_t originY)
+{
+    for (const PanelNode& node : nodes)
+    {
+        if (node.kind == PanelNode::Kind::ModuleView && node.width > 0 && node.height > 0)
+            places.push_back({node.name, originX + node.left, originY + node.top, node.width, node.height});
+        findModuleViews(node.children, originX + node.left, originY + node.top);
+    }
+}
+
+Panel::~Panel()
+{
+    if (frameView) frameView->release();
+    for (auto& [name, bitmap] : bitmaps)
+        if (bitmap) static_cast<CBitmap*>(bitmap)->release();
+}
+
+std::vector<std::string> Panel::boundParameters() const
+{
+    std::vector<std::string> names;
+    for (const auto& binding : bindings)
+        names.push_back(binding->parameter);
+    return names;
+}
+
+
+bool Panel::open(void* parentWindow, std::string& error)
+{
+    if (!panelTemplate)
+    {
+        error = skippedParts.empty() ? "The module's template has no panel." : "The module's " + skippedParts.front() + ".";
+        return false;
+    }
+    if (panelWidth <= 0)
+    {
+        error = "The module's panel has no size the host can show.";
+        return false;
+    }
+    CBitmap* back = bitmapNamed(*set, services.resources, panelTemplate->background, bitmaps, skippedParts);
+    frameView = new CFrame(CRect(0, 0, panelWidth, panelHeight), parentWindow, nullptr);
+    if (back) frameView->setBackground(back);
+    frameView->setBackgroundColor({21, 27, 34, 255});
+    addChildren(panelTemplate->children, frameView, 0, 0, panelWidth, panelHeight);
+    for (auto& binding : bindings)
+        poll(*binding);
+    frameView->invalidate();
+    return true;
+}
+
+void Panel::addChildren(const std::vector<PanelNode>& nodes, CView* container, int32_t originX, int32_t originY,
+                        int32_t limitWidth, int32_t limitHeight)
+{
+    for (const PanelNode& node : nodes)
+    {
+        const CRect rect(node.left, node.top, node.left + node.width, node.top + node.height);
+        const std::string what = node.name.empty() ? "a group" : quotedWord(node.name);
+        if (node.sized && (rect.right <= 0 || rect.bottom <= 0 || rect.left >= limitWidth || rect.top >= limitHeight ||
+                           node.width == 0 || node.height == 0))
+        {
+            skip(what + ": it lies outside what encloses it");
+            continue;
+        }
+        CView* view = makeNode(node, rect, originX, originY);
+        if (!view) continue;
+        view->setAutosize(autosizeOf(node));
+        static_cast<CViewContainer*>(container)->addView(view);
+        if (node.kind == PanelNode::Kind::Group || node.kind == PanelNode::Kind::Align)
+        {
+            addChildren(node.children, view, originX + node.left, originY + node.top, node.width, node.height);
+            if (node.kind == PanelNode::Kind::Align) view->setViewSize(view->viewSize(), false);
+        }
+    }
+}
+
+CView* Panel::makeNode(const PanelNode& node, const CRect& rect, int32_t originX, int32_t originY)
+{
+    using K = PanelNode::Kind;
+    switch (node.kind)
+    {
+    case K::Group:
+    {
+        auto* group = new CViewContainer(rect, frameView);
+        group->setTransparent(true);
+        return group;
+    }
+    case K::Align:
+        return new AlignGroup(rect, frameView, node.hasStyle("hcenter"));
+    case K::HostView:
+    {
+        CView* section = services.hostSection ? services.hostSection(node, rect) : nullptr;
+        if (!section) skip(quotedWord(node.name) + ", a section this host does not have");
+        return section;
+    }
+    case K::ModuleView:
+    {
+        // The module's own view goes into a window of the host's over this place.
+        (void)originX;
+        (void)originY;
+        auto* place = new CView(rect);
+        place->setTransparent(true);
+        place->setMouseEnabled(false);
+        return place;
+    }
+    case K::Label:
+    {
+        auto* label = new CTextLabel(rect, node.title.c_str(), nullptr, kStyleNoFrame);
+        label->setTransparent(true);
+        label->setFont(fontNamed(node.font));
+        label->setFontColor(colourNamed(node.color));
+        label->setHorizontalAlign(node.just == "center" ? kCenterText : kLeftText);
+        return label;
+    }
+    default:
+        return makeControl(node, rect);
+    }
+}
+
+CView* Panel::makeControl(const PanelNode& node, const CRect& rect)
+{
+    using K = PanelNode::Kind;
+    IHostValue* value = nullptr;
+    if (!services.controller || services.controller->findValue(node.name.c_str(), &value) != kResultOk || !value)
+    {
+        skip(quotedWord(node.name) + ", which names no parameter of the module");
+        return nullptr;
+    }
+    auto binding = std::make_unique<Binding>();
+    binding->kind = node.kind;
+    binding->parameter = node.name;
+    binding->value = value;
+    if (services.context)
+        for (HostValue* made : services.context->values())
+            if (static_cast<IHostValue*>(made) == value) binding->minimum = made->minInt();
+    const int32_t tag = static_cast<int32_t>(bindings.size());
+
+    CControl* control = nullptr;
+    switch (node.kind)
+    {
+    case K::ValueBox:
+    case K::Text:
+    {
+        CParamDisplay* display = node.kind == K::ValueBox ? static_cast<CParamDisplay*>(new ValueBox(rect, listener.get(), tag))
+                                                          : new CTextLabel(rect, "", nullptr, kStyleNoFrame);
+        display->setTransparent(node.hasStyle("transparent"));
+        display->setFont(fontNamed(node.font));
+        display->setFontColor(colourNamed(node.color));
+        display->setBackColor({4, 8, 13, 255});
+        display->setHorizontalAlign(node.just == "left" ? kLeftText : kCenterText);
+        control = display;
+        break;
+    }
+    case K::OptionMenu:
+    {
+        auto* menu = new COptionMenu(rect, listener.get(), tag, nullptr, nullptr, kStyleNoFrame);
+        menu->setTransparent(node.hasStyle("transparent"));
+        menu->setFont(fontNamed(node.font));
+        menu->setFontColor(colourNamed(node.color));
+        menu->setHorizontalAlign(node.just == "left" ? kLeftText : kCenterText);
+        control = menu;
+        break;
+    }
+    case K::Slider:
+    {
+        CBitmap* back = bitmapNamed(*set, services.resources, node.background, bitmaps, skippedParts);
+        CBitmap* handle = bitmapNamed(*set, services.resources, node.handle, bitmaps, skippedParts);
+        control = new PanelSlider(rect, listener.get(), tag, handle, back, node.hasStyle("split"));
+        break;
+    }
+    case K::Switch:
+    {
+        CBitmap* strip = bitmapNamed(*set, services.resources, node.bitmap, bitmaps, skippedParts);
+        binding->repeat = node.hasStyle("repeat");
+        if (binding->repeat)
+            control = new StripButton<CMovieButton>(rect, listener.get(), tag, strip, node.tip);
+        else
+            control = new StripButton<CKickButton>(rect, listener.get(), tag, strip, node.tip);
+        break;
+    }
+    case K::ListBox:
+        skip(quotedWord(node.name) + ": a list box belongs in a dialog, not on the panel");
+        return nullptr;
+    default:
+        return nullptr;
+    }
+    binding->control = control;
+    bindings.push_back(std::move(binding));
+    return control;
+}
+
+void Panel::controlChanged(int32_t index)
+{
+    if (index < 0 || index >= static_cast<int32_t>(bindings.size())) return;
+    Binding& binding = *bindings[static_cast<size_t>(index)];
+    CControl* control = binding.control;
+    IHostValue* value = binding.value;
+    using K = PanelNode::Kind;
+    switch (binding.kind)
+    {
+    case K::Switch:
+        if (binding.repeat)
+        {
+            // A press acts at once and then again while it is held; the release only stops it.
+            binding.held = control->value() > 0.5f;
+            if (!binding.held) return;
+            binding.nextRepeat = Clock::now() + kRepeatDelay;
+        }
+        else if (control->value() <= 0.5f)
+            return; // the kick's pulse: its 1 acts, its 0 is the button coming back up
+        value->setInt(1);
+        value->setInt(0);
+        return;
+    case K::ValueBox:
+    {
+        auto* box = static_cast<ValueBox*>(control);
+        if (box->typedChange())
+        {
+            if (const std::optional<int64_t> number = parseInteger(box->textOf()))
+                value->setInt(static_cast<int32_t>(std::clamp<int64_t>(*number, INT32_MIN, INT32_MAX)));
+            binding.shownText.clear(); // whatever was typed, the value's own text comes back
+        }
+        else
+            value->setInt(static_cast<int32_t>(std::lround(control->value())));
+        break;
+    }
+    case K::OptionMenu:
+        value->setInt(static_cast<int32_t>(std::lround(control->value())));
+        break;
+    case K::Slider:
+    {
+        const int32_t span = value->getMaxInt() - binding.minimum;
+        value->setInt(binding.minimum + static_cast<int32_t>(std::lround(control->value() * float(span))));
+        break;
+    }
+    default:
+        break;
+    }
+    poll(binding);
+}
+
+void Panel::poll(Binding& binding)
+{
+    using K = PanelNode::Kind;
+    CControl* control = binding.control;
+    IHostValue* value = binding.value;
+    switch (binding.kind)
+    {
+    case K::ValueBox:
+    case K::Text:
+    {
+        const std::string text = displayTextOf(value);
+        const int32_t now = value->getInt();
+        if (text != binding.shownText)
+        {
+            binding.shownText = text;
+            if (binding.kind == K::ValueBox)
+                static_cast<ValueBox*>(control)->setText(text.c_str());
+            else
+                static_cast<CTextLabel*>(control)->setText(text.c_str());
+            control->invalidate();
+        }
+        if (now != binding.shown)
+        {
+            binding.shown = now;
+            control->setValue(float(now));
+        }
+        break;
+    }
+    case K::OptionMenu:
+    {
+        auto* menu = static_cast<COptionMenu*>(control);
+        std::vector<std::u16string> entries;
+        if (services.context)
+            for (HostValue* made : services.context->values())
+                if (static_cast<IHostValue*>(made) == value) entries = made->entries();
+        const int32_t now = value->getInt();
+        if (entries != binding.shownEntries)
+        {
+            binding.shownEntries = entries;
+            menu->removeAllEntries();
+            for (const std::u16string& entry : entries)
+                menu->addEntry(utf16ToUtf8(entry).c_str());
+            binding.shown = INT32_MIN;
+        }
+        if (now != binding.shown)
+        {
+            binding.shown = now;
+            menu->setValue(float(now));
+            menu->invalidate();
+        }
+        break;
+    }
+    case K::Slider:
+    {
+        const int32_t now = value->getInt();
+        if (now != binding.shown)
+        {
+            binding.shown = now;
+            const int32_t span = value->getMaxInt() - binding.minimum;
+            control->setValue(span > 0 ? float(now - binding.minimum) / float(span) : 0.f);
+            control->invalidate();
+        }
+        break;
+    }
+    case K::Switch:
+        if (binding.held && control->value() > 0.5f && Clock::now() >= binding.nextRepeat)
+        {
+            value->setInt(1);
+            value->setInt(0);
+            binding.nextRepeat = Clock::now() + kRepeatPeriod;
+        }
+        else if (control->value() <= 0.5f)
+            binding.held = false;
+        break;
+    default:
+        break;
+    }
+}
+
+void Panel::idle()
+{
+    if (!frameView) return;
+    processPlatformEvents(0);
+    for (auto& binding : bindings)
+        poll(*binding);
+    frameView->idle();
+}
+
+void Panel::resize(int32_t width, int32_t height)
+{
+    if (!frameView) return;
+    frameView->setSize(std::max(width, 1), std::max(height, 1));
+}
+} // namespace hostkit

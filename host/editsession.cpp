@@ -8,11 +8,14 @@
 #include "host/kit/userfile.h"
 #include "host/panel.h"
 #include "host/paneltemplate.h"
+#include "host/presetsection.h"
 #include "host/projectfile.h"
 #include "host/render.h"
+#include "host/templatedialogwindow.h"
 #include "host/trackeventtext.h"
 #include "module/effectinterfaces.h"
 #include "module/plugview.h"
+#include "toolkit/cframe.h"
 
 #include <algorithm>
 #include <chrono>
@@ -104,14 +107,8 @@ public:
             error = "The module's effect can't take a project: it has no state chunk.";
             return false;
         }
-        const std::vector<uint8_t> bytes = encodeChunk(project);
-        const tresult taken = chunk->setChunk(bytes.data(), static_cast<int32_t>(bytes.size()));
         chunk->release();
-        if (taken != kResultOk)
-        {
-            error = "The module refused the project's chunk.";
-            return false;
-        }
+        if (!setProject(project, error)) return false;
         controller = queryFace<IPlugController>(effect);
         resources = queryFace<IUIFactory2>(effect);
         readPanel();
@@ -136,6 +133,22 @@ public:
         return true;
     }
 
+    // Hands the module a project, as a host restores one; it refreshes its values and views.
+    bool setProject(const Project& project, std::string& error)
+    {
+        IPersistentChunk* chunk = queryFace<IPersistentChunk>(effect);
+        const std::vector<uint8_t> bytes = encodeChunk(project);
+        const tresult taken =
+            chunk ? chunk->setChunk(bytes.data(), static_cast<int32_t>(bytes.size())) : kResultFalse;
+        if (chunk) chunk->release();
+        if (taken != kResultOk)
+        {
+            error = "The module refused the project's chunk.";
+            return false;
+        }
+        return true;
+    }
+
     // The window's size: the panel's, or the view's alone.
     int32_t width() const { return panel ? panel->width() : kViewWidth; }
     int32_t height() const { return panel ? panel->height() : kViewHeight; }
@@ -154,6 +167,11 @@ public:
             if (!panel->open(window.nativeHandle(), error)) return false;
             for (const std::string& skipped : panel->skipped())
                 std::fprintf(stderr, "tremolin-host: The panel leaves out %s.\n", skipped.c_str());
+            window.takeKeysOf(panel->frame() ? panel->frame()->nativeWindow() : nullptr);
+            // The module's dialogs now come up as windows over the panel.
+            context->dialogs().setPresenter(
+                [this](const DialogRequest& request, std::vector<std::string>& changed)
+                { return presentTemplateDialog(request, context, panel.get(), changed); });
             // The panel's window must be on the server before the view's goes above it.
             panel->idle();
             const ModuleViewPlace place = viewPlace();
@@ -182,6 +200,7 @@ public:
 
     void closeView()
     {
+        if (context) context->dialogs().setPresenter({});
         if (!view) return;
         if (attached) view->detachFromParent();
         attached = false;
@@ -217,6 +236,8 @@ public:
     IPlugController* controller = nullptr;
     HostContext* context = nullptr;
     std::unique_ptr<Panel> panel;
+    // The session's project section; without it the panel leaves the section out.
+    PresetActions* presets = nullptr;
 
 private:
     // The module's panel from its template, if it carries one; without it the window shows the
@@ -241,7 +262,8 @@ private:
         std::string reason;
         if (!readTemplateSet(text, templates, reason))
         {
-            std::fprintf(stderr, "tremolin-host: The module's panel can't be read (%s); its editor is shown alone.\n",
+            std::fprintf(stderr,
+                         "tremolin-host: The module's panel can't be read (%s); its editor is shown alone.\n",
                          reason.c_str());
             return;
         }
@@ -249,12 +271,19 @@ private:
         services.controller = controller;
         services.resources = resources;
         services.context = context;
+        if (presets)
+            services.hostSection = [this](const PanelNode& node, const Plexel::CRect& size) -> Plexel::CView*
+            {
+                return node.name == "host.TremolinPresetSection" ? makePresetSection(size, *presets)
+                                                                 : nullptr;
+            };
         panel = std::make_unique<Panel>(templates, name, services);
         for (const std::string& skipped : templates.skipped)
             std::fprintf(stderr, "tremolin-host: The panel leaves out %s.\n", skipped.c_str());
         if (panel->width() <= 0)
         {
-            std::fprintf(stderr, "tremolin-host: The module's panel has no size; its editor is shown alone.\n");
+            std::fprintf(stderr,
+                         "tremolin-host: The module's panel has no size; its editor is shown alone.\n");
             panel.reset();
         }
     }
@@ -446,28 +475,144 @@ std::string editorWindowTitle()
     return title + ", Esc save and close";
 }
 
-bool runEdit(const EditOptions& options, std::string& error)
+namespace
 {
-    Project loaded;
+// The project the session edits now and what is known of its file.
+struct ProjectState
+{
+    std::string path;
     bool isChunk = false;
     std::vector<uint8_t> onDisk;
-    if (!loadProjectFile(options.projectPath, loaded, error, &isChunk, &onDisk)) return false;
+    // What the module made of the file, before the user touched it: only a change from this is
+    // the user's, and only that is worth a write.
+    Project opened;
+    bool writable = true; // false for the demo that ships with the program
+};
+
+// Writes the module's patterns to the project's file if the user changed them (or `always`), in
+// the form the file had; false with a sentence in `error` when the write failed.
+bool keepEdits(ProjectState& state, const Project& edited, Console& console, std::string& error,
+               bool always = false)
+{
+    if (edited == state.opened && !always)
+    {
+        console.line("No changes; " + state.path + " stays as it was.");
+        return true;
+    }
+    if (!state.writable)
+    {
+        console.line(
+            "The demo stays as it was; to keep changes, press Save on the panel or edit a project of "
+            "your own with --project FILE.");
+        return true;
+    }
+    const std::vector<uint8_t> bytes = projectFileBytes(edited, !state.isChunk);
+    const SaveOutcome outcome =
+        saveUserFile(state.path, bytes.data(), bytes.size(), state.onDisk.empty() ? nullptr : &state.onDisk);
+    if (outcome.kind != SaveOutcome::Kind::Saved)
+    {
+        error = outcome.sentence(state.path);
+        return false;
+    }
+    console.line("Saved " + state.path + (state.isChunk ? " (chunk)." : " (text form)."));
+    state.opened = edited;
+    state.onDisk = bytes;
+    return true;
+}
+
+// The first "Project N.tremolin" that is free in the preset folder, with the folder made; empty
+// with a sentence when there is no such folder.
+std::string newPresetPath(std::string& error)
+{
+    const std::string folder = presetFolder();
+    if (folder.empty())
+    {
+        error = "The system names no data folder for the user's projects.";
+        return {};
+    }
+    if (!platform::makeDirectories(folder, error)) return {};
+    for (int number = 1; number < 10000; ++number)
+    {
+        const std::string path = folder + "/Project " + std::to_string(number) + ".tremolin";
+        if (!platform::fileExists(path)) return path;
+    }
+    error = "The preset folder " + folder + " holds too many projects.";
+    return {};
+}
+} // namespace
+
+bool runEdit(const EditOptions& options, std::string& error)
+{
+    ProjectState state;
+    state.path = options.projectPath;
+    state.writable = options.saveOnClose;
+    Project loaded;
+    if (!loadProjectFile(state.path, loaded, error, &state.isChunk, &state.onDisk)) return false;
+
+    Console console;
+    // The panel's project section works on the session's project through these.
+    ModuleEditor* live = nullptr;
+    PresetActions presets;
+    presets.demoPath = options.demoPath;
+    presets.currentPath = [&state] { return state.path; };
+    presets.open = [&](const std::string& path)
+    {
+        std::string problem;
+        Project edited, next;
+        ProjectState chosen;
+        chosen.path = path;
+        chosen.writable = path != options.demoPath;
+        if (live->currentProject(edited, problem) && keepEdits(state, edited, console, problem) &&
+            loadProjectFile(path, next, problem, &chosen.isChunk, &chosen.onDisk) &&
+            live->setProject(next, problem) && live->currentProject(chosen.opened, problem))
+        {
+            state = std::move(chosen);
+            console.line("Opened " + path + ".");
+        }
+        else
+            console.line(problem);
+    };
+    presets.save = [&]
+    {
+        std::string problem;
+        Project edited;
+        if (!live->currentProject(edited, problem))
+        {
+            console.line(problem);
+            return;
+        }
+        ProjectState target = state;
+        if (!target.writable)
+        {
+            // The demo is never written over: Save makes a new project of the user's.
+            target = ProjectState{};
+            target.path = newPresetPath(problem);
+            if (target.path.empty())
+            {
+                console.line(problem);
+                return;
+            }
+        }
+        if (keepEdits(target, edited, console, problem, !state.writable))
+            state = std::move(target);
+        else
+            console.line(problem);
+    };
 
     // The window goes after the editor, whose views live in it.
     std::unique_ptr<EditorWindow> shown;
     ModuleEditor editor;
+    live = &editor;
+    editor.presets = &presets;
     if (!editor.open(options, loaded, error)) return false;
-    shown = std::make_unique<EditorWindow>(
-        EditorWindow::Options{editor.width(), editor.height(), editorWindowTitle(), false, editor.panel != nullptr},
-        error);
+    shown = std::make_unique<EditorWindow>(EditorWindow::Options{editor.width(), editor.height(),
+                                                                 editorWindowTitle(), false,
+                                                                 editor.panel != nullptr},
+                                           error);
     EditorWindow& window = *shown;
     if (!window.open() || !window.show(error) || !editor.attach(window, error)) return false;
-    // What the module made of the file, before the user touched it: only a change from this is
-    // the user's, and only that is worth a write.
-    Project opened;
-    if (!editor.currentProject(opened, error)) return false;
+    if (!editor.currentProject(state.opened, error)) return false;
 
-    Console console;
     HostMidiTrack& track = editor.context->track();
     track.setTicksPerBar(kTicksPerBar);
     track.setGridOrigin(HostMidiTrack::GridOrigin::BarStart);
@@ -482,10 +627,13 @@ bool runEdit(const EditOptions& options, std::string& error)
         };
     }
     LiveTransport transport(editor.effect, track, options.tempo, listener);
+    std::vector<std::pair<int32_t, int32_t>> notes;
+    for (const auto& [bar, note] : options.incomingNotes)
+        notes.emplace_back((bar - 1) * kTicksPerBar, note);
+    transport.setIncomingNotes(std::move(notes));
     char tempo[32];
     std::snprintf(tempo, sizeof tempo, "%g", options.tempo);
-    console.line("Editing " + options.projectPath + " at " + tempo +
-                 " BPM; Escape or closing the window saves it.");
+    console.line("Editing " + state.path + " at " + tempo + " BPM; Escape or closing the window saves it.");
     transport.start();
 
     {
@@ -537,22 +685,7 @@ bool runEdit(const EditOptions& options, std::string& error)
 
     transport.stop();
     Project edited;
-    bool saved = editor.currentProject(edited, error);
-    if (saved && edited == opened)
-        console.line("No changes; " + options.projectPath + " stays as it was.");
-    else if (saved && !options.saveOnClose)
-        console.line(
-            "The demo stays as it was; to keep changes, edit a project of your own with --project FILE.");
-    else if (saved)
-    {
-        const std::vector<uint8_t> bytes = projectFileBytes(edited, !isChunk);
-        const SaveOutcome outcome = saveUserFile(options.projectPath, bytes.data(), bytes.size(), &onDisk);
-        saved = outcome.kind == SaveOutcome::Kind::Saved;
-        if (saved)
-            console.line("Saved " + options.projectPath + (isChunk ? " (chunk)." : " (text form)."));
-        else
-            error = outcome.sentence(options.projectPath);
-    }
+    const bool saved = editor.currentProject(edited, error) && keepEdits(state, edited, console, error);
     editor.closeView();
     return saved;
 }
@@ -567,8 +700,13 @@ bool runSnapshot(const SnapshotOptions& options, std::string& error)
     Project project;
     if (!loadProjectFile(options.projectPath, project, error)) return false;
 
+    // The project section shows the project's name; a picture has no use for its buttons.
+    PresetActions presets;
+    presets.demoPath = options.demoPath;
+    presets.currentPath = [&options] { return options.projectPath; };
     std::unique_ptr<EditorWindow> shown;
     ModuleEditor editor;
+    editor.presets = &presets;
     if (!editor.open(options, project, error)) return false;
     shown = std::make_unique<EditorWindow>(
         EditorWindow::Options{editor.width(), editor.height(), "Tremolin", true, false}, error);

@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace hostkit
@@ -16,7 +17,7 @@ struct EditorSetup
 {
     std::string modulePath;
     std::string projectPath;
-    std::string settingsPath; // empty: the user's settings file
+    std::string settingsPath;    // empty: the user's settings file
     std::string language = "us"; // of the host's texts, a key of the module's language table
 };
 
@@ -27,11 +28,16 @@ struct EditOptions : EditorSetup
     // Off for the demo that ships with the program: it stays as it is, and the user is told how
     // to keep changes.
     bool saveOnClose = true;
+    // The demo that ships with the program, which the panel's project menu always offers.
+    std::string demoPath;
+    // Note-ons played to the module on the transport's thread: (bar counted from 1, note).
+    std::vector<std::pair<int32_t, int32_t>> incomingNotes;
 };
 
 struct SnapshotOptions : EditorSetup
 {
     std::string outPath;
+    std::string demoPath;
 };
 
 // A key of the host's that changes one of the module's parameters.

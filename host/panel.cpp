@@ -3,6 +3,7 @@
 #include "host/kit/hostcontext.h"
 #include "host/kit/hosttext.h"
 #include "host/kit/hostvalue.h"
+#include "host/panelcontrols.h"
 #include "module/effectinterfaces.h"
 #include "toolkit/cbitmap.h"
 #include "toolkit/cbuttons.h"
@@ -14,6 +15,7 @@
 #include "toolkit/ctextedit.h"
 
 #include <cmath>
+#include <cstdio>
 #include <map>
 #include <mutex>
 
@@ -53,38 +55,12 @@ bool findPanelResource(const char* type, const CResourceDescription& description
 CColor colourNamed(const std::string& name)
 {
     if (name == "datafieldless") return {247, 207, 84, 255}; // the amber of a lit display
-    return {202, 210, 220, 255};                               // the panel's ink
+    return {202, 210, 220, 255};                             // the panel's ink
 }
 
 CFontDesc* fontNamed(const std::string& name)
 {
     return name == "data" ? kFontSmall : kFontNormal;
-}
-
-// Which of the three pictures of a button's strip: at rest, under the pointer, held down.
-int32_t pictureOf(float value, bool hovered)
-{
-    return value > 0.5f ? 2 : hovered ? 1 : 0;
-}
-
-void drawStripPicture(CDrawContext* context, CBitmap* strip, const CRect& size, int32_t picture,
-                      const char* fallbackTitle)
-{
-    const int32_t height = size.height();
-    if (strip && height > 0)
-    {
-        const int32_t pictures = std::max(1, strip->height() / height);
-        strip->draw(context, size, CPoint(0, std::min(picture, pictures - 1) * height));
-        return;
-    }
-    // No bitmap: a plain key, so that the button can still be found and pressed.
-    context->setFillColor(picture == 2 ? CColor{20, 26, 33, 255} : CColor{60, 72, 86, 255});
-    context->drawRect(size, kDrawFilled);
-    context->setFrameColor({5, 8, 12, 255});
-    context->drawRect(size);
-    context->setFont(kFontSmaller);
-    context->setFontColor({202, 210, 220, 255});
-    context->drawString(fallbackTitle, size);
 }
 
 // A value field: the wheel and a vertical drag step the number, a click without a drag opens
@@ -160,8 +136,8 @@ public:
     PanelSlider(const CRect& size, CControlListener* listener, int32_t tag, CBitmap* handle, CBitmap* back,
                 bool split)
         : CHorizontalSlider(size, listener, tag,
-                            CPoint(0, handle ? (size.height() - handle->height()) / 2 : 0), size.width(), handle,
-                            back, CPoint(), kSliderHorizontal | kSliderOriginStart),
+                            CPoint(0, handle ? (size.height() - handle->height()) / 2 : 0), size.width(),
+                            handle, back, CPoint(), kSliderHorizontal | kSliderOriginStart),
           split(split)
     {
     }
@@ -202,37 +178,26 @@ private:
     bool split;
 };
 
-// The template's buttons, with the three pictures of their strips.
-template <class Button> class StripButton : public Button
+// A group takes the pointer only where its children are: the template lays groups over each other
+// (the preset section's row spans the length, quantize and swing controls).
+void fitMouseArea(CViewContainer* group)
 {
-public:
-    StripButton(const CRect& size, CControlListener* listener, int32_t tag, CBitmap* strip, std::string title)
-        : Button(size, listener, tag, size.height(), strip), title(std::move(title))
+    const CRect at = group->viewSize();
+    CRect area(-2, -2, -3, -3); // holds no point
+    bool any = false;
+    for (int32_t i = 0; i < group->childCount(); ++i)
     {
+        CRect child = group->childAt(i)->viewSize();
+        child.offset(at.left, at.top);
+        if (!any)
+            area = child;
+        else
+            area = CRect(std::min(area.left, child.left), std::min(area.top, child.top),
+                         std::max(area.right, child.right), std::max(area.bottom, child.bottom));
+        any = true;
     }
-    void draw(CDrawContext* context) override
-    {
-        drawStripPicture(context, this->background(), this->size, pictureOf(this->value(), hovered), title.c_str());
-        this->setDirty(false);
-    }
-    int32_t onMouseEnter(CPoint&, const int32_t&) override
-    {
-        hovered = true;
-        this->invalidate();
-        return kMouseHandled;
-    }
-    int32_t onMouseLeave(CPoint&, const int32_t&) override
-    {
-        hovered = false;
-        this->invalidate();
-        return kMouseHandled;
-    }
-    CView* clone() const override { return nullptr; }
-
-private:
-    std::string title;
-    bool hovered = false;
-};
+    group->setMouseArea(area);
+}
 
 // A group that lays its children out by its style: "hcenter" keeps each centred across it.
 class AlignGroup : public CViewContainer
@@ -245,6 +210,10 @@ public:
     void setViewSize(const CRect& rect, bool invalidate = true) override
     {
         CViewContainer::setViewSize(rect, invalidate);
+        layOut(rect, invalidate);
+    }
+    void layOut(const CRect& rect, bool invalidate = false)
+    {
         if (!centre) return;
         for (int32_t i = 0; i < childCount(); ++i)
         {
@@ -256,6 +225,7 @@ public:
             child->setViewSize(r, invalidate);
             child->setMouseArea(r);
         }
+        fitMouseArea(this);
     }
     CView* clone() const override { return nullptr; }
 
@@ -313,8 +283,8 @@ CBitmap* bitmapNamed(const TemplateSet& set, IUIFactory2* resources, const std::
     {
         int32_t size = 0;
         std::vector<uint8_t> bytes;
-        if (resources && resources->getResource(listed->second.c_str(), nullptr, &size) == kResultOk && size > 0 &&
-            size <= 64 * 1024 * 1024)
+        if (resources && resources->getResource(listed->second.c_str(), nullptr, &size) == kResultOk &&
+            size > 0 && size <= 64 * 1024 * 1024)
         {
             bytes.resize(static_cast<size_t>(size));
             if (resources->getResource(listed->second.c_str(), bytes.data(), &size) != kResultOk ||
@@ -330,8 +300,8 @@ CBitmap* bitmapNamed(const TemplateSet& set, IUIFactory2* resources, const std::
             bitmap = new CBitmap(CResourceDescription(static_cast<int32_t>(*number)));
             if (bitmap->width() <= 0)
             {
-                skipped.push_back("the bitmap " + quotedWord(name) + ": resource " + quotedWord(listed->second) +
-                                  " is no picture the host reads");
+                skipped.push_back("the bitmap " + quotedWord(name) + ": resource " +
+                                  quotedWord(listed->second) + " is no picture the host reads");
                 bitmap->release();
                 bitmap = nullptr;
             }
@@ -354,6 +324,7 @@ struct Panel::Binding
     std::string shownText;
     std::vector<std::u16string> shownEntries;
     bool held = false;
+    bool pressPending = false;
     Clock::time_point nextRepeat;
 };
 
@@ -376,7 +347,8 @@ Panel::Panel(const TemplateSet& set, const std::string& templateName, PanelServi
         skip("the template has no panel named " + quotedWord(templateName));
         return;
     }
-    CBitmap* back = bitmapNamed(set, this->services.resources, panelTemplate->background, bitmaps, skippedParts);
+    CBitmap* back =
+        bitmapNamed(set, this->services.resources, panelTemplate->background, bitmaps, skippedParts);
     if (back)
     {
         panelWidth = back->width();
@@ -412,6 +384,7 @@ void Panel::findModuleViews(const std::vector<PanelNode>& nodes, int32_t originX
 
 Panel::~Panel()
 {
+    holdInput(false);
     if (frameView) frameView->release();
     for (auto& [name, bitmap] : bitmaps)
         if (bitmap) static_cast<CBitmap*>(bitmap)->release();
@@ -425,12 +398,12 @@ std::vector<std::string> Panel::boundParameters() const
     return names;
 }
 
-
 bool Panel::open(void* parentWindow, std::string& error)
 {
     if (!panelTemplate)
     {
-        error = skippedParts.empty() ? "The module's template has no panel." : "The module's " + skippedParts.front() + ".";
+        error = skippedParts.empty() ? "The module's template has no panel."
+                                     : "The module's " + skippedParts.front() + ".";
         return false;
     }
     if (panelWidth <= 0)
@@ -449,15 +422,15 @@ bool Panel::open(void* parentWindow, std::string& error)
     return true;
 }
 
-void Panel::addChildren(const std::vector<PanelNode>& nodes, CView* container, int32_t originX, int32_t originY,
-                        int32_t limitWidth, int32_t limitHeight)
+void Panel::addChildren(const std::vector<PanelNode>& nodes, CView* container, int32_t originX,
+                        int32_t originY, int32_t limitWidth, int32_t limitHeight)
 {
     for (const PanelNode& node : nodes)
     {
         const CRect rect(node.left, node.top, node.left + node.width, node.top + node.height);
         const std::string what = node.name.empty() ? "a group" : quotedWord(node.name);
-        if (node.sized && (rect.right <= 0 || rect.bottom <= 0 || rect.left >= limitWidth || rect.top >= limitHeight ||
-                           node.width == 0 || node.height == 0))
+        if (node.sized && (rect.right <= 0 || rect.bottom <= 0 || rect.left >= limitWidth ||
+                           rect.top >= limitHeight || node.width == 0 || node.height == 0))
         {
             skip(what + ": it lies outside what encloses it");
             continue;
@@ -468,8 +441,15 @@ void Panel::addChildren(const std::vector<PanelNode>& nodes, CView* container, i
         static_cast<CViewContainer*>(container)->addView(view);
         if (node.kind == PanelNode::Kind::Group || node.kind == PanelNode::Kind::Align)
         {
-            addChildren(node.children, view, originX + node.left, originY + node.top, node.width, node.height);
-            if (node.kind == PanelNode::Kind::Align) view->setViewSize(view->viewSize(), false);
+            addChildren(node.children, view, originX + node.left, originY + node.top, node.width,
+                        node.height);
+            if (node.kind == PanelNode::Kind::Align)
+            {
+                // Laid out once now that its children are in.
+                CRect once = view->viewSize();
+                static_cast<AlignGroup*>(view)->layOut(once);
+            }
+            fitMouseArea(static_cast<CViewContainer*>(view));
         }
     }
 }
@@ -521,7 +501,8 @@ CView* Panel::makeControl(const PanelNode& node, const CRect& rect)
 {
     using K = PanelNode::Kind;
     IHostValue* value = nullptr;
-    if (!services.controller || services.controller->findValue(node.name.c_str(), &value) != kResultOk || !value)
+    if (!services.controller || services.controller->findValue(node.name.c_str(), &value) != kResultOk ||
+        !value)
     {
         skip(quotedWord(node.name) + ", which names no parameter of the module");
         return nullptr;
@@ -541,8 +522,9 @@ CView* Panel::makeControl(const PanelNode& node, const CRect& rect)
     case K::ValueBox:
     case K::Text:
     {
-        CParamDisplay* display = node.kind == K::ValueBox ? static_cast<CParamDisplay*>(new ValueBox(rect, listener.get(), tag))
-                                                          : new CTextLabel(rect, "", nullptr, kStyleNoFrame);
+        CParamDisplay* display = node.kind == K::ValueBox
+                                     ? static_cast<CParamDisplay*>(new ValueBox(rect, listener.get(), tag))
+                                     : new CTextLabel(rect, "", nullptr, kStyleNoFrame);
         display->setTransparent(node.hasStyle("transparent"));
         display->setFont(fontNamed(node.font));
         display->setFontColor(colourNamed(node.color));
@@ -608,8 +590,9 @@ void Panel::controlChanged(int32_t index)
         }
         else if (control->value() <= 0.5f)
             return; // the kick's pulse: its 1 acts, its 0 is the button coming back up
-        value->setInt(1);
-        value->setInt(0);
+        // Pressed at the next idle, outside the window system's handling of the click: what the
+        // module does then may run a dialog of its own, and the click's pointer grab is over.
+        binding.pressPending = true;
         return;
     case K::ValueBox:
     {
@@ -636,7 +619,7 @@ void Panel::controlChanged(int32_t index)
     default:
         break;
     }
-    poll(binding);
+    if (binding.kind != K::Switch) poll(binding);
 }
 
 void Panel::poll(Binding& binding)
@@ -704,7 +687,13 @@ void Panel::poll(Binding& binding)
         break;
     }
     case K::Switch:
-        if (binding.held && control->value() > 0.5f && Clock::now() >= binding.nextRepeat)
+        if (binding.pressPending)
+        {
+            binding.pressPending = false;
+            value->setInt(1);
+            value->setInt(0);
+        }
+        else if (binding.held && control->value() > 0.5f && Clock::now() >= binding.nextRepeat)
         {
             value->setInt(1);
             value->setInt(0);
@@ -725,6 +714,25 @@ void Panel::idle()
     for (auto& binding : bindings)
         poll(*binding);
     frameView->idle();
+}
+
+void Panel::holdInput(bool hold)
+{
+    if (!frameView || hold == (inputHolder != nullptr)) return;
+    if (hold)
+    {
+        // A modal view that no point hits takes every press and lets none through.
+        inputHolder = new CView(CRect());
+        if (!frameView->setModalView(inputHolder))
+        {
+            inputHolder->release();
+            inputHolder = nullptr;
+        }
+        return;
+    }
+    frameView->setModalView(nullptr);
+    inputHolder->release();
+    inputHolder = nullptr;
 }
 
 void Panel::resize(int32_t width, int32_t height)

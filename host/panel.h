@@ -71,12 +71,15 @@ public:
     // The window was resized by its user; the panel follows by its attach rules.
     void resize(int32_t width, int32_t height);
     Plexel::CFrame* frame() const { return frameView; }
+    // While a modal dialog of the host's is up, presses and the wheel do nothing on the panel.
+    void holdInput(bool hold);
 
 private:
     struct Binding;
     class Listener;
 
-    Plexel::CView* makeNode(const PanelNode& node, const Plexel::CRect& rect, int32_t originX, int32_t originY);
+    Plexel::CView* makeNode(const PanelNode& node, const Plexel::CRect& rect, int32_t originX,
+                            int32_t originY);
     Plexel::CView* makeControl(const PanelNode& node, const Plexel::CRect& rect);
     void addChildren(const std::vector<PanelNode>& nodes, Plexel::CView* container, int32_t originX,
                      int32_t originY, int32_t limitWidth, int32_t limitHeight);
@@ -94,6 +97,7 @@ private:
     const TemplateSet* set;
     const PanelTemplate* panelTemplate = nullptr;
     Plexel::CFrame* frameView = nullptr;
+    Plexel::CView* inputHolder = nullptr;
     void* background = nullptr; // CBitmap
     int32_t panelWidth = 0;
     int32_t panelHeight = 0;

@@ -104,16 +104,18 @@ public:
         }
     }
 
-    void skip(const std::string& where, const std::string& what) { set.skipped.push_back(where + ": " + what); }
+    void skip(const std::string& where, const std::string& what)
+    {
+        set.skipped.push_back(where + ": " + what);
+    }
 
 private:
     static bool kindOf(const XmlElement& element, PanelNode::Kind& kind)
     {
         using K = PanelNode::Kind;
         static const std::pair<const char*, K> kKinds[] = {
-            {"align", K::Align},       {"label", K::Label},   {"valuebox", K::ValueBox},
-            {"optmenu", K::OptionMenu}, {"text", K::Text},     {"slider", K::Slider},
-            {"switch", K::Switch},     {"listbox", K::ListBox}};
+            {"align", K::Align}, {"label", K::Label},   {"valuebox", K::ValueBox}, {"optmenu", K::OptionMenu},
+            {"text", K::Text},   {"slider", K::Slider}, {"switch", K::Switch},     {"listbox", K::ListBox}};
         for (const auto& [name, value] : kKinds)
             if (element.name == name)
             {
@@ -199,6 +201,18 @@ bool parsePanelSize(std::string_view text, int32_t& left, int32_t& top, int32_t&
     width = numbers[2];
     height = numbers[3];
     return true;
+}
+
+PanelTemplate readPanelTemplate(const XmlElement& element, std::vector<std::string>& skipped)
+{
+    TemplateSet set;
+    Reader reader(set);
+    PanelTemplate panel;
+    panel.name = valueOf(element, "name");
+    panel.background = valueOf(element, "background");
+    reader.readChildren(element, panel.children, {}, "template " + quotedWord(panel.name));
+    skipped.insert(skipped.end(), set.skipped.begin(), set.skipped.end());
+    return panel;
 }
 
 bool readTemplateSet(std::string_view text, TemplateSet& set, std::string& error)

@@ -67,6 +67,10 @@ struct TemplateSet
 // far as it goes.
 bool readTemplateSet(std::string_view text, TemplateSet& set, std::string& error);
 
+struct XmlElement;
+// One <template> element read as readTemplateSet reads it.
+PanelTemplate readPanelTemplate(const XmlElement& element, std::vector<std::string>& skipped);
+
 // "4,2,45,16" with blanks after the commas; false for anything else or a negative size.
 bool parsePanelSize(std::string_view text, int32_t& left, int32_t& top, int32_t& width, int32_t& height);
 } // namespace hostkit

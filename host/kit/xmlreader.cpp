@@ -22,12 +22,14 @@ std::string declaredEncoding(std::string_view text)
     const size_t key = declaration.find("encoding");
     if (key == std::string_view::npos) return "utf-8";
     size_t pos = key + 8;
-    while (pos < declaration.size() && (std::isspace(static_cast<unsigned char>(declaration[pos])) || declaration[pos] == '='))
+    while (pos < declaration.size() &&
+           (std::isspace(static_cast<unsigned char>(declaration[pos])) || declaration[pos] == '='))
         ++pos;
     if (pos >= declaration.size() || (declaration[pos] != '"' && declaration[pos] != '\'')) return "utf-8";
     const char quote = declaration[pos++];
     const size_t end = declaration.find(quote, pos);
-    std::string name(declaration.substr(pos, end == std::string_view::npos ? std::string_view::npos : end - pos));
+    std::string name(
+        declaration.substr(pos, end == std::string_view::npos ? std::string_view::npos : end - pos));
     for (char& c : name)
         c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
     return name;
@@ -36,7 +38,8 @@ std::string declaredEncoding(std::string_view text)
 bool singleByteCodePoint(const std::string& encoding, unsigned char byte, char32_t& codePoint)
 {
     if (encoding == "windows-1252" || encoding == "cp1252")
-        codePoint = foundation::text::cp1252ToUtf16(std::string_view(reinterpret_cast<const char*>(&byte), 1))[0];
+        codePoint =
+            foundation::text::cp1252ToUtf16(std::string_view(reinterpret_cast<const char*>(&byte), 1))[0];
     else if (encoding == "iso-8859-1" || encoding == "latin1")
         codePoint = byte;
     else if (encoding == "us-ascii" && byte < 0x80)
@@ -140,7 +143,8 @@ public:
                 const size_t end = text.find(quote, pos);
                 if (end == std::string_view::npos) return fail(error, "an attribute value that never ends");
                 std::string value;
-                if (!decode(text.substr(pos, end - pos), value, true)) return fail(error, "an unknown entity");
+                if (!decode(text.substr(pos, end - pos), value, true))
+                    return fail(error, "an unknown entity");
                 pos = end + 1;
                 element.attributes.emplace_back(std::move(key), std::move(value));
             }

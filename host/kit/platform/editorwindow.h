@@ -83,6 +83,9 @@ public:
     // A plain child window at (x, y) of this one, above everything made in it before, for a
     // module's view to be attached to; null if none can be made. It goes with this window.
     void* addChild(int32_t x, int32_t y, int32_t width, int32_t height);
+    // Keys typed while the focus is on `child` (a window inside this one, such as the panel's,
+    // which takes the focus back when its entry field closes) come to nextEvent too.
+    void takeKeysOf(void* child);
     // What the window shows on screen, children included.
     bool capture(Picture& picture, std::string& error);
 

@@ -185,11 +185,15 @@ void* EditorWindow::addChild(int32_t x, int32_t y, int32_t width, int32_t height
 {
     if (!native || native->state.gone || width <= 0 || height <= 0) return nullptr;
     // A plain static window: the module's view makes its own window inside and draws there.
-    HWND child = CreateWindowExW(0, L"STATIC", L"", WS_CHILD | WS_VISIBLE | WS_CLIPSIBLINGS | WS_CLIPCHILDREN, x, y,
-                                 width, height, native->window, nullptr, GetModuleHandleW(nullptr), nullptr);
+    HWND child =
+        CreateWindowExW(0, L"STATIC", L"", WS_CHILD | WS_VISIBLE | WS_CLIPSIBLINGS | WS_CLIPCHILDREN, x, y,
+                        width, height, native->window, nullptr, GetModuleHandleW(nullptr), nullptr);
     if (child) SetWindowPos(child, HWND_TOP, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE);
     return child;
 }
+
+// Keys are taken from the thread's queue whatever window they were typed into.
+void EditorWindow::takeKeysOf(void*) {}
 
 bool EditorWindow::nextEvent(WindowEvent& out, int32_t waitMilliseconds)
 {

@@ -228,12 +228,22 @@ void* EditorWindow::addChild(int32_t x, int32_t y, int32_t width, int32_t height
     Display* display = native->display;
     const int screen = DefaultScreen(display);
     // The newest child of a window lies above its older siblings, such as the host's panel.
-    const Window child = XCreateSimpleWindow(display, native->window, x, y, static_cast<unsigned>(width),
-                                             static_cast<unsigned>(height), 0, 0, BlackPixel(display, screen));
+    const Window child =
+        XCreateSimpleWindow(display, native->window, x, y, static_cast<unsigned>(width),
+                            static_cast<unsigned>(height), 0, 0, BlackPixel(display, screen));
     XMapWindow(display, child);
     // The module makes its window in this one on a connection of its own.
     XSync(display, False);
     return reinterpret_cast<void*>(static_cast<uintptr_t>(child));
+}
+
+void EditorWindow::takeKeysOf(void* child)
+{
+    if (!native || native->gone || !child) return;
+    // Several clients may listen to a window's keys; focus on the child keeps them from reaching
+    // this window by themselves.
+    XSelectInput(native->display, static_cast<Window>(reinterpret_cast<uintptr_t>(child)), KeyPressMask);
+    XSync(native->display, False);
 }
 
 bool EditorWindow::capture(Picture& picture, std::string& error)

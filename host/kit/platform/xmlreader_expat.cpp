@@ -65,7 +65,8 @@ void XMLCALL onText(void* data, const XML_Char* text, int length)
     auto* reader = static_cast<Reader*>(data);
     if (reader->stack.empty()) return;
     reader->stack.back().text.append(text, static_cast<size_t>(length));
-    if (reader->stack.size() == 1 && !isBlank(reader->stack.back().text)) reader->stop("text outside any element");
+    if (reader->stack.size() == 1 && !isBlank(reader->stack.back().text))
+        reader->stop("text outside any element");
 }
 
 // A document type could declare entities; modules have no use for one, and the host reads none.
@@ -126,18 +127,19 @@ bool parseXml(std::string_view text, std::vector<XmlElement>& elements, std::str
 
     const auto feed = [&](std::string_view piece, bool last)
     {
-        return XML_Parse(reader.parser, piece.data(), static_cast<int>(piece.size()), last ? XML_TRUE : XML_FALSE) ==
-               XML_STATUS_OK;
+        return XML_Parse(reader.parser, piece.data(), static_cast<int>(piece.size()),
+                         last ? XML_TRUE : XML_FALSE) == XML_STATUS_OK;
     };
-    const bool read = feed(text.substr(0, split), false) && feed(open, false) && feed(text.substr(split), false) &&
-                      feed(close, true);
+    const bool read = feed(text.substr(0, split), false) && feed(open, false) &&
+                      feed(text.substr(split), false) && feed(close, true);
     if (!read)
     {
         const XML_Error code = XML_GetErrorCode(reader.parser);
-        const std::string what = !reader.failure.empty() ? reader.failure
-                                 : code == XML_ERROR_TAG_MISMATCH || code == XML_ERROR_NO_ELEMENTS
-                                     ? "an element that is never closed, or an end tag that closes nothing open"
-                                     : XML_ErrorString(code);
+        const std::string what =
+            !reader.failure.empty() ? reader.failure
+            : code == XML_ERROR_TAG_MISMATCH || code == XML_ERROR_NO_ELEMENTS
+                ? "an element that is never closed, or an end tag that closes nothing open"
+                : XML_ErrorString(code);
         error = "line " + std::to_string(XML_GetCurrentLineNumber(reader.parser)) + ": " + what;
         XML_ParserFree(reader.parser);
         return false;

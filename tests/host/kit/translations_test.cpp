@@ -138,8 +138,7 @@ TEST_P(XmlReaders, ReadTemplatesWithoutARootAndNameTheLineOfAFault)
     std::string deep;
     for (int i = 0; i < 300; ++i)
         deep = "<a>" + deep + "</a>";
-    EXPECT_FALSE(parse(deep, elements, error))
-        << "nesting deeper than any template";
+    EXPECT_FALSE(parse(deep, elements, error)) << "nesting deeper than any template";
     ASSERT_TRUE(parse("<!-- c --><a t='&#x41;&#66;&lt;\tz'><![CDATA[<raw>]]></a>", elements, error)) << error;
     EXPECT_EQ(*elements[0].attribute("t"), "AB< z");
     EXPECT_EQ(elements[0].text, "<raw>");
@@ -155,7 +154,8 @@ TEST_P(XmlReaders, ReadTheModulesOwnResourcesAsTheOtherReaderDoes)
 {
     for (const char* file : {"editor.xml", "strings.xml"})
     {
-        const std::string text = hosttest::readText(std::string(TREMOLIN_SOURCE_DIR) + "/midiplugs/midiseq/resource/" + file);
+        const std::string text =
+            hosttest::readText(std::string(TREMOLIN_SOURCE_DIR) + "/midiplugs/midiseq/resource/" + file);
         std::vector<XmlElement> mine, other;
         std::string error;
         ASSERT_TRUE(parse(text, mine, error)) << file << ": " << error;

@@ -77,29 +77,67 @@ TEST_F(EditorWindow, ModuleWithoutAnEditorIsRefusedAndNothingIsWritten)
         << "no picture and no temporary file";
 }
 
-TEST_F(EditorWindow, SnapshotOfTheDemoShowsThePaintedEditor)
+TEST_F(EditorWindow, SnapshotShowsTheWholePanelWithTheProjectsValues)
 {
     hosttest::TempFolder folder;
-    const auto result = hosttest::runProgram(
-        folder, kProgram, {"snapshot", "--project", kDemo, "--settings", "settings", "--out", "editor.png"});
-    ASSERT_EQ(result.exitCode, 0) << result.err;
-    desktop::Picture picture;
-    ASSERT_TRUE(desktop::readPng(folder.file("editor.png"), picture));
-    ASSERT_EQ(picture.width, 603);
-    ASSERT_EQ(picture.height, 230);
-    // The editor's backdrop, grid and notes: many colours, not a bare window.
-    const std::set<uint32_t> colours(picture.pixels.begin(), picture.pixels.end());
-    EXPECT_GE(colours.size(), 16u);
-    // The picture is the editor and nothing beside it: its frame runs round all four edges in
-    // one colour that is not the window's own black, which a picture shifted by a title bar or
-    // a border would show along one edge.
-    const auto pixel = [&picture](int x, int y) { return picture.pixels[size_t(y) * 603 + size_t(x)]; };
-    const uint32_t frame = pixel(0, 0);
+    // The demo, and the demo with other length, quantize and swing in its first pattern.
+    std::string changed = hosttest::readText(kDemo);
+    const std::string first = "pattern 1  length 16  quantize 1/16  swing 0";
+    ASSERT_NE(changed.find(first), std::string::npos);
+    changed.replace(changed.find(first), first.size(), "pattern 1  length 12  quantize 1/8  swing 50");
+    hosttest::writeText(folder.file("changed.tremolin"), changed);
+    desktop::Picture pictures[2];
+    for (int i = 0; i < 2; ++i)
+    {
+        const auto result =
+            hosttest::runProgram(folder, kProgram,
+                                 {"snapshot", "--project", i ? folder.file("changed.tremolin") : kDemo,
+                                  "--settings", "settings", "--out", "panel.png"});
+        ASSERT_EQ(result.exitCode, 0) << result.err;
+        EXPECT_EQ(result.err.find("leaves out"), std::string::npos)
+            << "the whole template is shown: " << result.err;
+        ASSERT_TRUE(desktop::readPng(folder.file("panel.png"), pictures[i]));
+        ASSERT_EQ(pictures[i].width, 670);
+        ASSERT_EQ(pictures[i].height, 364);
+    }
+    const auto pixel = [](const desktop::Picture& picture, int x, int y)
+    { return picture.pixels[size_t(y) * size_t(picture.width) + size_t(x)]; };
+    // The sequencer view in its place: its frame runs round all four edges in one colour.
+    const desktop::Picture& demoPanel = pictures[0];
+    const uint32_t frame = pixel(demoPanel, 36, 44);
     EXPECT_NE(frame, 0u);
-    for (int x = 0; x < 603; ++x)
-        ASSERT_TRUE(pixel(x, 0) == frame && pixel(x, 229) == frame) << "column " << x;
-    for (int y = 0; y < 230; ++y)
-        ASSERT_TRUE(pixel(0, y) == frame && pixel(602, y) == frame) << "row " << y;
+    for (int x = 36; x < 36 + 603; ++x)
+        ASSERT_TRUE(pixel(demoPanel, x, 44) == frame && pixel(demoPanel, x, 44 + 229) == frame)
+            << "column " << x;
+    for (int y = 44; y < 44 + 230; ++y)
+        ASSERT_TRUE(pixel(demoPanel, 36, y) == frame && pixel(demoPanel, 36 + 602, y) == frame)
+            << "row " << y;
+
+    // A control's place differs between the two exactly when its value does.
+    struct Place
+    {
+        const char* what;
+        int x, y, width, height;
+        bool differs;
+    };
+    const Place places[] = {
+        {"Length", 463, 18, 38, 18, true},           {"Quantize", 512, 18, 40, 18, true},
+        {"Swing text", 561, 20, 20, 13, true},       {"Swing slider", 584, 21, 56, 12, true},
+        {"Pattern Select", 271, 296, 35, 16, false}, {"Param Select", 49, 296, 78, 16, false},
+        {"Copy", 314, 294, 44, 20, false},           {"Shift Octave Up", 24, 17, 32, 20, false}};
+    for (const Place& place : places)
+    {
+        bool differs = false;
+        std::set<uint32_t> colours;
+        for (int y = place.y; y < place.y + place.height; ++y)
+            for (int x = place.x; x < place.x + place.width; ++x)
+            {
+                differs = differs || pixel(pictures[0], x, y) != pixel(pictures[1], x, y);
+                colours.insert(pixel(pictures[0], x, y));
+            }
+        EXPECT_EQ(differs, place.differs) << place.what;
+        EXPECT_GE(colours.size(), 3u) << place.what << " shows something";
+    }
 
     const auto unwritable = hosttest::runProgram(
         folder, kProgram,

@@ -601,6 +601,7 @@ bool runEdit(const EditOptions& options, std::string& error)
 
     // The window goes after the editor, whose views live in it.
     std::unique_ptr<EditorWindow> shown;
+    if (!EditorWindow::available(error)) return false;
     ModuleEditor editor;
     live = &editor;
     editor.presets = &presets;
@@ -704,6 +705,7 @@ bool runSnapshot(const SnapshotOptions& options, std::string& error)
     PresetActions presets;
     presets.demoPath = options.demoPath;
     presets.currentPath = [&options] { return options.projectPath; };
+    if (!EditorWindow::available(error)) return false;
     std::unique_ptr<EditorWindow> shown;
     ModuleEditor editor;
     editor.presets = &presets;

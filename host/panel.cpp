@@ -341,10 +341,11 @@ private:
 Panel::Panel(const TemplateSet& set, const std::string& templateName, PanelServices services)
     : services(std::move(services)), listener(std::make_unique<Listener>(*this)), set(&set)
 {
+    wantedName = templateName;
     panelTemplate = set.find(templateName);
     if (!panelTemplate)
     {
-        skip("the template has no panel named " + quotedWord(templateName));
+        skip("the whole panel: the template has none named " + quotedWord(templateName));
         return;
     }
     CBitmap* back =
@@ -402,8 +403,7 @@ bool Panel::open(void* parentWindow, std::string& error)
 {
     if (!panelTemplate)
     {
-        error = skippedParts.empty() ? "The module's template has no panel."
-                                     : "The module's " + skippedParts.front() + ".";
+        error = "The module's template has no panel named " + quotedWord(wantedName) + ".";
         return false;
     }
     if (panelWidth <= 0)

@@ -96,6 +96,7 @@ private:
     std::vector<std::pair<std::string, void*>> bitmaps; // name -> CBitmap, one reference each
     const TemplateSet* set;
     const PanelTemplate* panelTemplate = nullptr;
+    std::string wantedName;
     Plexel::CFrame* frameView = nullptr;
     Plexel::CView* inputHolder = nullptr;
     void* background = nullptr; // CBitmap

@@ -65,6 +65,8 @@ public:
         bool resizable = false;
     };
 
+    // Whether windows can be made at all; false with the sentence the constructor would give.
+    static bool available(std::string& error);
     // A window, not shown yet. On failure (no display, or no window on this platform) `open()`
     // is false and `error` holds one sentence.
     EditorWindow(const Options& options, std::string& error);

@@ -181,6 +181,12 @@ bool EditorWindow::show(std::string& error)
     return true;
 }
 
+// A desktop is always there for a Windows program.
+bool EditorWindow::available(std::string&)
+{
+    return true;
+}
+
 void* EditorWindow::addChild(int32_t x, int32_t y, int32_t width, int32_t height)
 {
     if (!native || native->state.gone || width <= 0 || height <= 0) return nullptr;

@@ -46,6 +46,24 @@ uint32_t channel(unsigned long pixel, unsigned long mask)
 }
 } // namespace
 
+bool EditorWindow::available(std::string& error)
+{
+    const char* name = std::getenv("DISPLAY");
+    if (!name || !name[0])
+    {
+        error = "There is no display for the editor's window: DISPLAY is not set.";
+        return false;
+    }
+    Display* display = XOpenDisplay(nullptr);
+    if (!display)
+    {
+        error = "Can't open the X display '" + std::string(name) + "' for the editor's window.";
+        return false;
+    }
+    XCloseDisplay(display);
+    return true;
+}
+
 EditorWindow::EditorWindow(const Options& options, std::string& error)
 {
     const char* name = std::getenv("DISPLAY");

@@ -365,5 +365,6 @@ TEST_F(EditorPanel, ProjectSectionOpensAPresetAndSavesIt)
     std::string error;
     ASSERT_TRUE(loadProjectFile(bass, saved, error)) << error;
     EXPECT_EQ(saved.patterns[0].steps[0].note, demo().patterns[0].steps[0].note + 12);
-    EXPECT_EQ(hosttest::readText(folder.file("song.tremolin")), hosttest::readText(kDemo)) << "left as it was";
+    EXPECT_EQ(hosttest::readText(folder.file("song.tremolin")), hosttest::readText(kDemo))
+        << "left as it was";
 }

@@ -288,6 +288,7 @@ private:
         }
     }
 
+public:
     ModuleViewPlace viewPlace() const
     {
         if (panel)
@@ -296,6 +297,7 @@ private:
         return {kViewName, 0, 0, kViewWidth, kViewHeight};
     }
 
+private:
     TemplateSet templates;
     IUIFactory2* resources = nullptr;
 
@@ -371,10 +373,21 @@ private:
 #endif
 };
 
-bool uniform(const platform::Picture& picture)
+// Whether the picture shows one colour only within `place` (the module's view): its bare window.
+bool uniform(const platform::Picture& picture, const ModuleViewPlace& place)
 {
-    for (uint32_t pixel : picture.pixels)
-        if (pixel != picture.pixels.front()) return false;
+    const int32_t right = std::min(picture.width, place.left + place.width);
+    const int32_t bottom = std::min(picture.height, place.top + place.height);
+    if (place.left >= right || place.top >= bottom) return true;
+    const auto at = [&](int32_t x, int32_t y)
+    {
+        return picture
+            .pixels[static_cast<size_t>(y) * static_cast<size_t>(picture.width) + static_cast<size_t>(x)];
+    };
+    const uint32_t first = at(place.left, place.top);
+    for (int32_t y = place.top; y < bottom; ++y)
+        for (int32_t x = place.left; x < right; ++x)
+            if (at(x, y) != first) return false;
     return true;
 }
 } // namespace
@@ -715,24 +728,28 @@ bool runSnapshot(const SnapshotOptions& options, std::string& error)
     EditorWindow& window = *shown;
     if (!window.open() || !window.show(error) || !editor.attach(window, error)) return false;
 
-    // The editor paints when it handles its window's first exposure, inside an idle call. Pump
-    // until two readings in a row agree and show more than the bare window, or give up.
+    // The panel paints when the host's toolkit handles its window's first exposure, the module's
+    // view when its idle call does. Each round serves both and waits only for the window system;
+    // the picture counts once the panel has painted, the view's place shows more than its bare
+    // window, and two readings in a row agree (the view draws on a connection of its own).
+    const ModuleViewPlace place = editor.viewPlace();
     platform::Picture picture, previous;
     bool settled = false;
-    for (int round = 0; round < 150 && !settled; ++round)
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(3);
+    while (!settled && std::chrono::steady_clock::now() < deadline)
     {
         editor.idle();
         WindowEvent ignored;
         while (window.nextEvent(ignored, 0))
         {
         }
-        if (round >= 3)
+        if (!editor.panel || editor.panel->paints() > 0)
         {
             if (!window.capture(picture, error)) return false;
-            settled = !uniform(picture) && picture.pixels == previous.pixels;
+            settled = !uniform(picture, place) && picture.pixels == previous.pixels;
             previous = picture;
         }
-        window.nextEvent(ignored, 20);
+        if (!settled) window.nextEvent(ignored, 2);
     }
     if (!settled)
     {
@@ -749,8 +766,9 @@ bool runSnapshot(const SnapshotOptions& options, std::string& error)
         error = written.sentence(options.outPath);
         return false;
     }
-    std::printf("Wrote %s: the editor with %s, %d by %d pixels.\n", options.outPath.c_str(),
-                options.projectPath.c_str(), picture.width, picture.height);
+    std::printf("Wrote %s: the %s with %s, %d by %d pixels.\n", options.outPath.c_str(),
+                editor.panel ? "module's panel" : "editor", options.projectPath.c_str(), picture.width,
+                picture.height);
     return true;
 }
 } // namespace hostkit

@@ -233,6 +233,27 @@ private:
     bool centre;
 };
 
+// Lies under everything and counts the frame's paints of the panel, for whoever waits for them.
+class PaintWitness : public CView
+{
+public:
+    PaintWitness(const CRect& size, int32_t& count) : CView(size), count(count)
+    {
+        setTransparent(true);
+        setMouseEnabled(false);
+        setMouseArea(CRect(-2, -2, -3, -3));
+    }
+    void draw(CDrawContext*) override
+    {
+        ++count;
+        setDirty(false);
+    }
+    CView* clone() const override { return nullptr; }
+
+private:
+    int32_t& count;
+};
+
 int32_t autosizeOf(const PanelNode& node)
 {
     if (node.attaches("all")) return kAutosizeLeft | kAutosizeTop | kAutosizeRight | kAutosizeBottom;
@@ -415,6 +436,7 @@ bool Panel::open(void* parentWindow, std::string& error)
     frameView = new CFrame(CRect(0, 0, panelWidth, panelHeight), parentWindow, nullptr);
     if (back) frameView->setBackground(back);
     frameView->setBackgroundColor({21, 27, 34, 255});
+    frameView->addView(new PaintWitness(CRect(0, 0, panelWidth, panelHeight), paintCount));
     addChildren(panelTemplate->children, frameView, 0, 0, panelWidth, panelHeight);
     for (auto& binding : bindings)
         poll(*binding);

@@ -68,6 +68,8 @@ public:
     // Serves the panel on the user-interface thread: the window system's events, values the
     // module changed from any thread, buttons held down, and what needs painting.
     void idle();
+    // How often the panel has painted in its window: 0 until its first exposure was served.
+    int32_t paints() const { return paintCount; }
     // The window was resized by its user; the panel follows by its attach rules.
     void resize(int32_t width, int32_t height);
     Plexel::CFrame* frame() const { return frameView; }
@@ -100,6 +102,7 @@ private:
     Plexel::CFrame* frameView = nullptr;
     Plexel::CView* inputHolder = nullptr;
     void* background = nullptr; // CBitmap
+    int32_t paintCount = 0;
     int32_t panelWidth = 0;
     int32_t panelHeight = 0;
 };

@@ -732,7 +732,12 @@ void Panel::poll(Binding& binding)
 void Panel::idle()
 {
     if (!frameView) return;
-    processPlatformEvents(0);
+    // Where the toolkit has a connection of its own (X11) the panel serves it; elsewhere the
+    // host's message loop already hands the panel's window its messages, keys left to the host.
+    if (platformEventDescriptor() >= 0)
+        processPlatformEvents(0);
+    else
+        paintPlatformDamage();
     for (auto& binding : bindings)
         poll(*binding);
     frameView->idle();

@@ -30,6 +30,16 @@ std::vector<std::string> words(const std::string* text)
     return out;
 }
 
+// "<name>" for messages; appended piece by piece, which GCC's -O3 string warnings take as it is.
+std::string tagOf(const std::string& name, const std::string& more = {})
+{
+    std::string tag = "<";
+    tag += name;
+    tag += more;
+    tag += ">";
+    return tag;
+}
+
 std::string valueOf(const XmlElement& element, const char* key)
 {
     const std::string* value = element.attribute(key);
@@ -63,7 +73,7 @@ public:
             PanelNode node;
             if (!kindOf(element, node.kind))
             {
-                skip(where, "<" + element.name + ">, an element the host does not know");
+                skip(where, tagOf(element.name) + ", an element the host does not know");
                 continue;
             }
             node.name = valueOf(element, "name");
@@ -131,7 +141,13 @@ private:
     static std::string describe(const XmlElement& element)
     {
         const std::string* name = element.attribute("name");
-        return "<" + element.name + (name ? " " + quotedWord(*name) : std::string()) + ">";
+        std::string more;
+        if (name)
+        {
+            more = " ";
+            more += quotedWord(*name);
+        }
+        return tagOf(element.name, more);
     }
 
     TemplateSet& set;
@@ -230,7 +246,7 @@ bool readTemplateSet(std::string_view text, TemplateSet& set, std::string& error
                 const std::string* name = bitmap.attribute("name");
                 const std::string* path = bitmap.attribute("path");
                 if (bitmap.name != "bitmap" || !name || !path)
-                    reader.skip("resources", "<" + bitmap.name + ">, which names no bitmap");
+                    reader.skip("resources", tagOf(bitmap.name) + ", which names no bitmap");
                 else
                     set.bitmaps[*name] = *path;
             }
@@ -244,7 +260,7 @@ bool readTemplateSet(std::string_view text, TemplateSet& set, std::string& error
             set.templates.push_back(std::move(panel));
         }
         else
-            reader.skip("the template text", "<" + top.name + ">, an element the host does not know");
+            reader.skip("the template text", tagOf(top.name) + ", an element the host does not know");
     }
     return true;
 }

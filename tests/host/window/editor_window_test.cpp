@@ -300,3 +300,22 @@ TEST_F(EditorWindow, WhenTheSaveAtTheEndFailsTheEditsGoToARescueCopyThatIsNamed)
     EXPECT_EQ(rescued.patterns[0].steps[0].note, demo().patterns[0].steps[0].note + 1) << "the edit is kept";
     EXPECT_EQ(hosttest::readText(folder.file("gone/song.tremolin")), hosttest::readText(kDemo));
 }
+
+TEST_F(EditorWindow, APanelButtonReachesTheModuleWhileThePatternPlays)
+{
+    hosttest::TempFolder folder;
+    hosttest::writeText(folder.file("song.tremolin"), hosttest::readText(kDemo));
+    hosttest::Child edit(folder, kProgram, editArgs(folder, "song.tremolin", {"--print"}));
+    const uint64_t window = editWindow(edit);
+    ASSERT_NE(window, 0u) << edit.err();
+    ASSERT_TRUE(edit.says(kFirstNote, 20)) << edit.out();
+    // "Shift Octave Up", where the module's template puts it.
+    desktop::click(window, 24 + 16, 17 + 10);
+    EXPECT_TRUE(edit.says("note C2 (48)", 20)) << "the pattern plays an octave up: " << edit.out();
+    desktop::requestClose(window);
+    ASSERT_EQ(edit.finish(30), 0) << edit.err();
+    Project saved;
+    std::string error;
+    ASSERT_TRUE(loadProjectFile(folder.file("song.tremolin"), saved, error)) << error;
+    EXPECT_EQ(saved.patterns[0].steps[0].note, demo().patterns[0].steps[0].note + 12);
+}

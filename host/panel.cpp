@@ -765,6 +765,15 @@ void Panel::holdInput(bool hold)
 void Panel::resize(int32_t width, int32_t height)
 {
     if (!frameView) return;
-    frameView->setSize(std::max(width, 1), std::max(height, 1));
+    width = std::max(width, 1);
+    height = std::max(height, 1);
+    // The frame's window follows the host's window; the toolkit keeps the tree's size when the
+    // window above is much larger than the frame was, which the host's own window just became,
+    // so the tree is sized here.
+    frameView->setSize(width, height);
+    const CRect now = frameView->viewSize();
+    if (now.width() != width || now.height() != height)
+        frameView->setViewSize(CRect(0, 0, width, height), true);
+    frameView->invalidate();
 }
 } // namespace hostkit

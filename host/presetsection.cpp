@@ -15,6 +15,7 @@ constexpr int32_t kMenuWidth = 150;
 constexpr int32_t kButtonWidth = 48;
 constexpr int32_t kGap = 4;
 constexpr int32_t kHeight = 20;
+constexpr int32_t kSectionWidth = kMenuWidth + kGap + kButtonWidth;
 
 bool isProjectFile(const std::string& name)
 {
@@ -44,6 +45,26 @@ public:
         fill();
     }
     CView* clone() const override { return nullptr; }
+
+    // Stretched with its row (the template attaches it to all sides), it keeps its menu and button
+    // together in its middle.
+    void setViewSize(const CRect& rect, bool invalidate = true) override
+    {
+        CViewContainer::setViewSize(rect, invalidate);
+        const int32_t left = std::max(0, (rect.width() - kSectionWidth) / 2);
+        int32_t x = left;
+        for (int32_t i = 0; i < childCount(); ++i)
+        {
+            CView* child = childAt(i);
+            CRect r = child->viewSize();
+            const int32_t width = r.width();
+            r.left = x;
+            r.right = x + width;
+            child->setViewSize(r, invalidate);
+            child->setMouseArea(r);
+            x += width + kGap;
+        }
+    }
 
 private:
     // The current project first when it is none of the folder's, then the demo and the folder's.
@@ -113,8 +134,7 @@ std::string projectName(const std::string& path)
 
 CView* makePresetSection(const CRect& available, PresetActions& actions)
 {
-    const int32_t width = kMenuWidth + kGap + kButtonWidth;
-    const int32_t left = std::max(0, (available.width() - width) / 2);
-    return new PresetSection(CRect(left, 0, left + width, kHeight), actions);
+    const int32_t left = std::max(0, (available.width() - kSectionWidth) / 2);
+    return new PresetSection(CRect(left, 0, left + kSectionWidth, kHeight), actions);
 }
 } // namespace hostkit

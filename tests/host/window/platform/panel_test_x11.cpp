@@ -36,9 +36,10 @@ constexpr Spot kSwingHandle{584 + 4, 21 + 6};
 constexpr Spot kQuantize{512 + 20, 18 + 9};
 constexpr Spot kPatternBox{214 + 57 + 17, 294 + 2 + 8};
 constexpr Spot kConfig{47 + 86 + 23, 294 + 10};
-// The host's project section, centred in the template's row for it.
-constexpr Spot kProjectMenu{255 + 75, 17 + 10};
-constexpr Spot kProjectSave{255 + 154 + 24, 17 + 10};
+// The host's project section (a menu of 150 and a button of 48), centred in the template's row
+// for it, which starts at 20 and is 650 wide.
+constexpr Spot kProjectMenu{20 + 224 + 75, 17 + 10};
+constexpr Spot kProjectSave{20 + 224 + 154 + 24, 17 + 10};
 constexpr int kPatternBoxWidth = 35, kPatternBoxHeight = 16;
 
 Display* display = nullptr;
@@ -350,14 +351,19 @@ TEST_F(EditorPanel, ProjectSectionOpensAPresetAndSavesIt)
     auto session = open({}, {{"XDG_DATA_HOME", data}});
     ASSERT_NE(session->window, 0u);
 
+    // A wider window stretches the template's row for the section (attached left and right), and
+    // the section stays centred in it (hcenter): 130 pixels more move it by 65.
+    XResizeWindow(display, session->top(), 670 + 130, 364);
+    XSync(display, False);
+    pause(300);
     // The menu holds this session's project, the demo and the preset, in that order.
-    click(session->top(), kProjectMenu);
+    click(session->top(), {kProjectMenu.x + 65, kProjectMenu.y});
     const Window popup = newestTopWindow(session->top(), 5);
     ASSERT_NE(popup, 0u) << "the project menu came up";
     click(popup, {30, 4 + 2 * 20 + 10});
     ASSERT_TRUE(session->child.says("Opened " + bass + ".", 10)) << session->child.out();
     click(session->top(), kOctaveUp);
-    click(session->top(), kProjectSave);
+    click(session->top(), {kProjectSave.x + 65, kProjectSave.y});
     ASSERT_TRUE(session->child.says("Saved " + bass + " (text form).", 10)) << session->child.out();
     session->close();
 

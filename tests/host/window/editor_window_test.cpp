@@ -8,8 +8,10 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <filesystem>
 #include <set>
+#include <thread>
 
 using namespace hostkit;
 
@@ -318,4 +320,31 @@ TEST_F(EditorWindow, APanelButtonReachesTheModuleWhileThePatternPlays)
     std::string error;
     ASSERT_TRUE(loadProjectFile(folder.file("song.tremolin"), saved, error)) << error;
     EXPECT_EQ(saved.patterns[0].steps[0].note, demo().patterns[0].steps[0].note + 12);
+}
+
+TEST_F(EditorWindow, ConfigOpensTheControllerSetupWindowAndCancelClosesIt)
+{
+    hosttest::TempFolder folder;
+    hosttest::writeText(folder.file("song.tremolin"), hosttest::readText(kDemo));
+    hosttest::Child edit(folder, kProgram,
+                         editArgs(folder, "song.tremolin", {"--print", "--language", "de"}));
+    const uint64_t window = editWindow(edit);
+    ASSERT_NE(window, 0u) << edit.err();
+    ASSERT_TRUE(edit.says(kFirstNote, 20)) << edit.out();
+    desktop::click(window, 47 + 86 + 23, 294 + 10); // "Config"
+    const uint64_t dialog = desktop::findWindow("Controller Einstellungen", 10);
+    ASSERT_NE(dialog, 0u) << "the dialog, titled in the module's German: " << edit.err();
+    int width = 0, height = 0;
+    desktop::size(dialog, width, height);
+    EXPECT_EQ(width, 300) << "the template's two lists side by side";
+    EXPECT_EQ(height, 220 + 36) << "and the buttons below";
+    desktop::click(dialog, 220 + 36, 227 + 11); // Cancel
+    for (int attempt = 0; attempt < 100 && desktop::findWindow("Controller Einstellungen", 0); ++attempt)
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_EQ(desktop::findWindow("Controller Einstellungen", 0), 0u) << "Cancel closed it";
+    // The panel takes the pointer again, and the pattern still plays the first lane to 71.
+    EXPECT_TRUE(edit.says("controller 71 (", 10)) << edit.out();
+    desktop::requestClose(window);
+    ASSERT_EQ(edit.finish(30), 0) << edit.err();
+    EXPECT_EQ(hosttest::readText(folder.file("settings")).find("Controller1 = 7\n"), std::string::npos);
 }

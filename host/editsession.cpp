@@ -171,7 +171,11 @@ public:
             // The module's dialogs now come up as windows over the panel.
             context->dialogs().setPresenter(
                 [this](const DialogRequest& request, std::vector<std::string>& changed)
-                { return presentTemplateDialog(request, context, panel.get(), changed); });
+                {
+                    // The module's view keeps painting what the dialog uncovers.
+                    return presentTemplateDialog(request, context, panel.get(), changed,
+                                                 [this] { view->serviceIdle(); });
+                });
             // The panel's window must be on the server before the view's goes above it.
             panel->idle();
             const ModuleViewPlace place = viewPlace();

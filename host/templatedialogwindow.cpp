@@ -195,7 +195,7 @@ HostValue* hostValueOf(HostContext* context, IHostValue* value)
 } // namespace
 
 bool presentTemplateDialog(const DialogRequest& request, HostContext* context, Panel* owner,
-                           std::vector<std::string>& changed)
+                           std::vector<std::string>& changed, const std::function<void()>& serveOthers)
 {
     if (!request.shown || !request.controller) return false;
     std::vector<std::string> skipped;
@@ -273,6 +273,7 @@ bool presentTemplateDialog(const DialogRequest& request, HostContext* context, P
     {
         processPlatformEvents(15);
         frame->idle();
+        if (serveOthers) serveOthers();
         platform::WindowEvent event;
         while (window.nextEvent(event, 0))
             if (event.kind == platform::WindowEvent::Kind::Close ||

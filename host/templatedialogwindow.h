@@ -9,6 +9,7 @@
 #include "host/kit/templatedialog.h"
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -31,7 +32,8 @@ struct DialogLayout
 };
 
 // Shows the dialog and waits for the user; `owner` (may be null) is the panel whose input is held
-// meanwhile. True when the user accepted; the names of the values set go into `changed`.
+// meanwhile, and `serveOthers` (may be empty) keeps the windows under the dialog served, such as
+// the module's view. True when the user accepted; the names of the values set go into `changed`.
 bool presentTemplateDialog(const DialogRequest& request, HostContext* context, Panel* owner,
-                           std::vector<std::string>& changed);
+                           std::vector<std::string>& changed, const std::function<void()>& serveOthers = {});
 } // namespace hostkit

@@ -14,6 +14,7 @@
 #include "toolkit/cslider.h"
 #include "toolkit/ctextedit.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <map>
@@ -333,6 +334,84 @@ CBitmap* bitmapNamed(const TemplateSet& set, IUIFactory2* resources, const std::
 }
 } // namespace
 
+// A control's tip shows below it once the pointer has rested on it a moment, and goes when the
+// pointer leaves or presses.
+class Panel::Tips : public MouseObserver
+{
+public:
+    void onViewEntered(CView* view, CFrame*) override
+    {
+        hide();
+        const auto found =
+            std::find_if(texts.begin(), texts.end(), [&](const auto& tip) { return tip.first == view; });
+        over = found == texts.end() ? nullptr : view;
+        since = Clock::now();
+    }
+    void onViewExited(CView*, CFrame*) override
+    {
+        hide();
+        over = nullptr;
+    }
+    void onFrameMouseMoved(CFrame*, const CPoint&) override {}
+    void onFrameMouseDown(CFrame*, const CPoint&) override
+    {
+        hide();
+        over = nullptr;
+    }
+
+    void add(CView* view, const std::string& text)
+    {
+        if (!text.empty()) texts.emplace_back(view, text);
+    }
+    // Called at each idle: shows the tip of the control rested on.
+    void serve(CFrame* frame)
+    {
+        if (!over || shown || Clock::now() - since < std::chrono::milliseconds(600)) return;
+        const auto found =
+            std::find_if(texts.begin(), texts.end(), [&](const auto& tip) { return tip.first == over; });
+        if (found == texts.end()) return;
+        CPoint corner(0, over->viewSize().height() + 4);
+        over->localToFrame(corner);
+        CRect place(0, 0, 0, 16);
+        if (CDrawContext* context = frame->createDrawContext())
+        {
+            context->setFont(kFontSmaller);
+            place.right = context->stringWidth(found->second.c_str()) + 10;
+            context->release();
+        }
+        const CRect panel = frame->viewSize();
+        place.offset(
+            std::clamp(corner.x + over->viewSize().left, 0, std::max(0, panel.width() - place.width())),
+            std::clamp(corner.y + over->viewSize().top, 0, std::max(0, panel.height() - place.height())));
+        auto* label = new CTextLabel(place, found->second.c_str(), nullptr, 0);
+        label->setFont(kFontSmaller);
+        label->setFontColor({20, 24, 30, 255});
+        label->setBackColor({236, 226, 190, 255});
+        label->setFrameColor({60, 60, 60, 255});
+        label->setMouseEnabled(false);
+        label->setMouseArea(CRect(-2, -2, -3, -3));
+        frame->addView(label);
+        label->invalidate();
+        shown = label;
+        host = frame;
+    }
+    void hide()
+    {
+        if (!shown) return;
+        CView* going = shown;
+        shown = nullptr;
+        going->invalidate();
+        host->removeView(going);
+    }
+
+private:
+    std::vector<std::pair<CView*, std::string>> texts;
+    CView* over = nullptr;
+    CView* shown = nullptr;
+    CFrame* host = nullptr;
+    Clock::time_point since;
+};
+
 struct Panel::Binding
 {
     PanelNode::Kind kind;
@@ -360,7 +439,8 @@ private:
 };
 
 Panel::Panel(const TemplateSet& set, const std::string& templateName, PanelServices services)
-    : services(std::move(services)), listener(std::make_unique<Listener>(*this)), set(&set)
+    : services(std::move(services)), listener(std::make_unique<Listener>(*this)),
+      tips(std::make_unique<Tips>()), set(&set)
 {
     wantedName = templateName;
     panelTemplate = set.find(templateName);
@@ -407,6 +487,7 @@ void Panel::findModuleViews(const std::vector<PanelNode>& nodes, int32_t originX
 Panel::~Panel()
 {
     holdInput(false);
+    if (tips) tips->hide();
     if (frameView) frameView->release();
     for (auto& [name, bitmap] : bitmaps)
         if (bitmap) static_cast<CBitmap*>(bitmap)->release();
@@ -437,6 +518,7 @@ bool Panel::open(void* parentWindow, std::string& error)
     if (back) frameView->setBackground(back);
     frameView->setBackgroundColor({21, 27, 34, 255});
     frameView->addView(new PaintWitness(CRect(0, 0, panelWidth, panelHeight), paintCount));
+    frameView->setMouseObserver(tips.get());
     addChildren(panelTemplate->children, frameView, 0, 0, panelWidth, panelHeight);
     for (auto& binding : bindings)
         poll(*binding);
@@ -590,6 +672,7 @@ CView* Panel::makeControl(const PanelNode& node, const CRect& rect)
     }
     binding->control = control;
     bindings.push_back(std::move(binding));
+    tips->add(control, node.tip);
     return control;
 }
 
@@ -740,6 +823,7 @@ void Panel::idle()
         paintPlatformDamage();
     for (auto& binding : bindings)
         poll(*binding);
+    tips->serve(frameView);
     frameView->idle();
 }
 

@@ -79,6 +79,7 @@ public:
 private:
     struct Binding;
     class Listener;
+    class Tips;
 
     Plexel::CView* makeNode(const PanelNode& node, const Plexel::CRect& rect, int32_t originX,
                             int32_t originY);
@@ -92,6 +93,7 @@ private:
 
     PanelServices services;
     std::unique_ptr<Listener> listener;
+    std::unique_ptr<Tips> tips;
     std::vector<std::unique_ptr<Binding>> bindings;
     std::vector<ModuleViewPlace> places;
     std::vector<std::string> skippedParts;

@@ -208,6 +208,18 @@ TEST_F(EditorPanel, ButtonSliderAndMenuReachTheModuleAndThePlayingPattern)
     EXPECT_EQ(width, 670);
     EXPECT_EQ(height, 364);
 
+    // Resting on Copy shows its tip ("Copy pattern") below it; leaving takes it away.
+    const Spot belowCopy{314, 294 + 20 + 2};
+    moveTo(session->top(), {600, 340});
+    pause(300);
+    const std::vector<unsigned long> bare = pixels(session->top(), belowCopy, 80, 18);
+    moveTo(session->top(), {314 + 22, 294 + 10});
+    pause(1000);
+    EXPECT_NE(pixels(session->top(), belowCopy, 80, 18), bare) << "the tip shows";
+    moveTo(session->top(), {600, 340});
+    pause(300);
+    EXPECT_EQ(pixels(session->top(), belowCopy, 80, 18), bare) << "and goes";
+
     click(session->top(), kOctaveUp);
     EXPECT_TRUE(session->child.says("note C2 (48)", 20))
         << "the pattern plays an octave up: " << session->child.out();

@@ -348,3 +348,33 @@ TEST_F(EditorWindow, ConfigOpensTheControllerSetupWindowAndCancelClosesIt)
     ASSERT_EQ(edit.finish(30), 0) << edit.err();
     EXPECT_EQ(hosttest::readText(folder.file("settings")).find("Controller1 = 7\n"), std::string::npos);
 }
+
+TEST_F(EditorWindow, AWiderPanelKeepsItsProjectSectionCentredAndSaveKeepsTheDemoAsAPreset)
+{
+    hosttest::TempFolder folder;
+    const std::string data = folder.file("data");
+    // Without --project the session edits the demo, which Save never overwrites.
+    hosttest::Child edit(folder, kProgram, {"edit", "--settings", folder.file("settings"), "--print"},
+                         {{"XDG_DATA_HOME", data}, {"APPDATA", data}});
+    const uint64_t window = editWindow(edit);
+    ASSERT_NE(window, 0u) << edit.err();
+    ASSERT_TRUE(edit.says(kFirstNote, 20)) << edit.out();
+    // The template's row for the section is attached left and right and centres it: 130 pixels
+    // more move the section's Save button by 65.
+    desktop::resize(window, 670 + 130, 364);
+    int width = 0, height = 0;
+    for (int attempt = 0; attempt < 50 && width != 800; ++attempt)
+    {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        desktop::size(window, width, height);
+    }
+    ASSERT_EQ(width, 800);
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    desktop::click(window, 20 + 224 + 154 + 24 + 65, 17 + 10);
+    const std::string preset = data + "/tremolin-host/presets/Project 1.tremolin";
+    EXPECT_TRUE(edit.says("Saved ", 10)) << edit.out();
+    desktop::requestClose(window);
+    ASSERT_EQ(edit.finish(30), 0) << edit.err();
+    EXPECT_EQ(hosttest::readText(preset), hosttest::readText(kDemo))
+        << "the demo as it was, in the preset folder";
+}

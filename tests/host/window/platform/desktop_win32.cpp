@@ -154,6 +154,16 @@ void click(uint64_t handle, int x, int y)
     PostMessageW(target, WM_LBUTTONUP, 0, where);
 }
 
+void resize(uint64_t handle, int width, int height)
+{
+    const HWND window = reinterpret_cast<HWND>(handle);
+    RECT outer{0, 0, width, height};
+    AdjustWindowRectEx(&outer, static_cast<DWORD>(GetWindowLongW(window, GWL_STYLE)), FALSE,
+                       static_cast<DWORD>(GetWindowLongW(window, GWL_EXSTYLE)));
+    SetWindowPos(window, nullptr, 0, 0, outer.right - outer.left, outer.bottom - outer.top,
+                 SWP_NOMOVE | SWP_NOZORDER);
+}
+
 void requestClose(uint64_t window)
 {
     PostMessageW(reinterpret_cast<HWND>(window), WM_CLOSE, 0, 0);

@@ -97,6 +97,13 @@ void click(uint64_t window, int x, int y)
     XSync(display, False);
 }
 
+void resize(uint64_t window, int width, int height)
+{
+    XResizeWindow(display, static_cast<Window>(window), static_cast<unsigned>(width),
+                  static_cast<unsigned>(height));
+    XSync(display, False);
+}
+
 void requestClose(uint64_t window)
 {
     XEvent event{};

@@ -11,30 +11,28 @@
 
 namespace hostkit
 {
-using namespace Plexel;
-
 // Which of the three pictures of a button's strip: at rest, under the pointer, held down.
 inline int32_t pictureOf(float value, bool hovered)
 {
     return value > 0.5f ? 2 : hovered ? 1 : 0;
 }
 
-inline void drawStripPicture(CDrawContext* context, CBitmap* strip, const CRect& size, int32_t picture,
-                             const char* fallbackTitle)
+inline void drawStripPicture(Plexel::CDrawContext* context, Plexel::CBitmap* strip, const Plexel::CRect& size,
+                             int32_t picture, const char* fallbackTitle)
 {
     const int32_t height = size.height();
     if (strip && height > 0)
     {
         const int32_t pictures = std::max(1, strip->height() / height);
-        strip->draw(context, size, CPoint(0, std::min(picture, pictures - 1) * height));
+        strip->draw(context, size, Plexel::CPoint(0, std::min(picture, pictures - 1) * height));
         return;
     }
     // No bitmap: a plain key, so that the button can still be found and pressed.
-    context->setFillColor(picture == 2 ? CColor{20, 26, 33, 255} : CColor{60, 72, 86, 255});
-    context->drawRect(size, kDrawFilled);
+    context->setFillColor(picture == 2 ? Plexel::CColor{20, 26, 33, 255} : Plexel::CColor{60, 72, 86, 255});
+    context->drawRect(size, Plexel::kDrawFilled);
     context->setFrameColor({5, 8, 12, 255});
     context->drawRect(size);
-    context->setFont(kFontSmaller);
+    context->setFont(Plexel::kFontSmaller);
     context->setFontColor({202, 210, 220, 255});
     context->drawString(fallbackTitle, size);
 }
@@ -43,29 +41,30 @@ inline void drawStripPicture(CDrawContext* context, CBitmap* strip, const CRect&
 template <class Button> class StripButton : public Button
 {
 public:
-    StripButton(const CRect& size, CControlListener* listener, int32_t tag, CBitmap* strip, std::string title)
+    StripButton(const Plexel::CRect& size, CControlListener* listener, int32_t tag, Plexel::CBitmap* strip,
+                std::string title)
         : Button(size, listener, tag, size.height(), strip), title(std::move(title))
     {
     }
-    void draw(CDrawContext* context) override
+    void draw(Plexel::CDrawContext* context) override
     {
         drawStripPicture(context, this->background(), this->size, pictureOf(this->value(), hovered),
                          title.c_str());
         this->setDirty(false);
     }
-    int32_t onMouseEnter(CPoint&, const int32_t&) override
+    int32_t onMouseEnter(Plexel::CPoint&, const int32_t&) override
     {
         hovered = true;
         this->invalidate();
-        return kMouseHandled;
+        return Plexel::kMouseHandled;
     }
-    int32_t onMouseLeave(CPoint&, const int32_t&) override
+    int32_t onMouseLeave(Plexel::CPoint&, const int32_t&) override
     {
         hovered = false;
         this->invalidate();
-        return kMouseHandled;
+        return Plexel::kMouseHandled;
     }
-    CView* clone() const override { return nullptr; }
+    Plexel::CView* clone() const override { return nullptr; }
 
 private:
     std::string title;

@@ -9,6 +9,8 @@
 
 namespace hostkit
 {
+using namespace Plexel;
+
 namespace
 {
 constexpr int32_t kMenuWidth = 150;

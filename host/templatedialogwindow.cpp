@@ -16,6 +16,8 @@
 
 namespace hostkit
 {
+using namespace Plexel;
+
 namespace
 {
 using L = DialogLayout;

@@ -6,10 +6,16 @@
 #include "host/kit/platform/editorwindow.h"
 #include "host/kit/platform/hostplatform.h"
 #include "host/kit/userfile.h"
+#include "host/panel.h"
+#include "host/paneltemplate.h"
+#include "host/presetsection.h"
 #include "host/projectfile.h"
 #include "host/render.h"
+#include "host/templatedialogwindow.h"
 #include "host/trackeventtext.h"
+#include "module/effectinterfaces.h"
 #include "module/plugview.h"
+#include "toolkit/cframe.h"
 
 #include <algorithm>
 #include <chrono>
@@ -25,10 +31,12 @@ namespace
 using platform::EditorWindow;
 using platform::WindowEvent;
 
-// The editor's place in the panel and its size there.
+// The editor's place in the panel and its size there, when the module carries no panel.
 const char* const kViewName = "SequencerView";
 constexpr int32_t kViewWidth = 603;
 constexpr int32_t kViewHeight = 230;
+// The module's template and the panel in it.
+const char* const kEditorTemplate = "editor";
 // How often the editor gets its idle call: often enough that painting and the pointer feel
 // immediate, rarely enough to cost nothing.
 constexpr auto kIdlePeriod = std::chrono::milliseconds(15);
@@ -68,6 +76,8 @@ public:
     ~ModuleEditor()
     {
         closeView();
+        panel.reset();
+        if (resources) resources->release();
         if (controller) controller->release();
         // The effect gives its references to the context back in terminate, so the module goes
         // first.
@@ -86,6 +96,7 @@ public:
         if (!module) return false;
         HostOptions options;
         options.settingsPath = setup.settingsPath;
+        options.language = setup.language;
         context = new HostContext(options);
         effect = module->instantiate(kMidiSeqClassId, error);
         if (!effect || !module->initialize(effect, static_cast<IHostContext*>(context), error)) return false;
@@ -96,18 +107,15 @@ public:
             error = "The module's effect can't take a project: it has no state chunk.";
             return false;
         }
-        const std::vector<uint8_t> bytes = encodeChunk(project);
-        const tresult taken = chunk->setChunk(bytes.data(), static_cast<int32_t>(bytes.size()));
         chunk->release();
-        if (taken != kResultOk)
-        {
-            error = "The module refused the project's chunk.";
-            return false;
-        }
+        if (!setProject(project, error)) return false;
         controller = queryFace<IPlugController>(effect);
+        resources = queryFace<IUIFactory2>(effect);
+        readPanel();
 
+        const ModuleViewPlace place = viewPlace();
         IViewBuilder* builder = queryFace<IViewBuilder>(effect);
-        const PViewRect rect{0, 0, kViewWidth, kViewHeight};
+        const PViewRect rect{0, 0, place.width, place.height};
         if (builder)
         {
             if (builder->createView(kViewName, &rect, &view) != kResultOk && view)
@@ -125,6 +133,26 @@ public:
         return true;
     }
 
+    // Hands the module a project, as a host restores one; it refreshes its values and views.
+    bool setProject(const Project& project, std::string& error)
+    {
+        IPersistentChunk* chunk = queryFace<IPersistentChunk>(effect);
+        const std::vector<uint8_t> bytes = encodeChunk(project);
+        const tresult taken =
+            chunk ? chunk->setChunk(bytes.data(), static_cast<int32_t>(bytes.size())) : kResultFalse;
+        if (chunk) chunk->release();
+        if (taken != kResultOk)
+        {
+            error = "The module refused the project's chunk.";
+            return false;
+        }
+        return true;
+    }
+
+    // The window's size: the panel's, or the view's alone.
+    int32_t width() const { return panel ? panel->width() : kViewWidth; }
+    int32_t height() const { return panel ? panel->height() : kViewHeight; }
+
     bool attach(EditorWindow& window, std::string& error)
     {
         const char* type = EditorWindow::platformType();
@@ -133,7 +161,32 @@ public:
             error = "The module's editor can't live in a window of type " + std::string(type) + ".";
             return false;
         }
-        if (view->attachToParent(window.nativeHandle(), type) != kResultOk)
+        void* parent = window.nativeHandle();
+        if (panel)
+        {
+            if (!panel->open(window.nativeHandle(), error)) return false;
+            for (const std::string& skipped : panel->skipped())
+                std::fprintf(stderr, "tremolin-host: The panel leaves out %s.\n", skipped.c_str());
+            window.takeKeysOf(panel->frame() ? panel->frame()->nativeWindow() : nullptr);
+            // The module's dialogs now come up as windows over the panel.
+            context->dialogs().setPresenter(
+                [this](const DialogRequest& request, std::vector<std::string>& changed)
+                {
+                    // The module's view keeps painting what the dialog uncovers.
+                    return presentTemplateDialog(request, context, panel.get(), changed,
+                                                 [this] { view->serviceIdle(); });
+                });
+            // The panel's window must be on the server before the view's goes above it.
+            panel->idle();
+            const ModuleViewPlace place = viewPlace();
+            parent = window.addChild(place.left, place.top, place.width, place.height);
+            if (!parent)
+            {
+                error = "The host could not make a window for the module's editor in its panel.";
+                return false;
+            }
+        }
+        if (view->attachToParent(parent, type) != kResultOk)
         {
             error = "The module's editor refused the host's window.";
             return false;
@@ -142,8 +195,16 @@ public:
         return true;
     }
 
+    // One round of service on the user-interface thread: the module's view, then the panel.
+    void idle()
+    {
+        view->serviceIdle();
+        if (panel) panel->idle();
+    }
+
     void closeView()
     {
+        if (context) context->dialogs().setPresenter({});
         if (!view) return;
         if (attached) view->detachFromParent();
         attached = false;
@@ -178,8 +239,72 @@ public:
     IPlugView* view = nullptr;
     IPlugController* controller = nullptr;
     HostContext* context = nullptr;
+    std::unique_ptr<Panel> panel;
+    // The session's project section; without it the panel leaves the section out.
+    PresetActions* presets = nullptr;
 
 private:
+    // The module's panel from its template, if it carries one; without it the window shows the
+    // module's view alone. What the panel leaves out is said on stderr.
+    void readPanel()
+    {
+        if (!resources) return;
+        int32_t size = 0;
+        char name[128] = {};
+        if (resources->getTemplate(kEditorTemplate, name, nullptr, &size) != kResultOk || size <= 0 ||
+            size > 16 * 1024 * 1024)
+            return;
+        std::string text(static_cast<size_t>(size), '\0');
+        if (resources->getTemplate(kEditorTemplate, name, text.data(), &size) != kResultOk || size <= 0 ||
+            static_cast<size_t>(size) > text.size())
+            return;
+        text.resize(static_cast<size_t>(size));
+        name[sizeof name - 1] = 0;
+        // A terminator the module counted in is no part of the text.
+        while (!text.empty() && text.back() == '\0')
+            text.pop_back();
+        std::string reason;
+        if (!readTemplateSet(text, templates, reason))
+        {
+            std::fprintf(stderr,
+                         "tremolin-host: The module's panel can't be read (%s); its editor is shown alone.\n",
+                         reason.c_str());
+            return;
+        }
+        PanelServices services;
+        services.controller = controller;
+        services.resources = resources;
+        services.context = context;
+        if (presets)
+            services.hostSection = [this](const PanelNode& node, const Plexel::CRect& size) -> Plexel::CView*
+            {
+                return node.name == "host.TremolinPresetSection" ? makePresetSection(size, *presets)
+                                                                 : nullptr;
+            };
+        panel = std::make_unique<Panel>(templates, name, services);
+        for (const std::string& skipped : templates.skipped)
+            std::fprintf(stderr, "tremolin-host: The panel leaves out %s.\n", skipped.c_str());
+        if (panel->width() <= 0)
+        {
+            std::fprintf(stderr,
+                         "tremolin-host: The module's panel has no size; its editor is shown alone.\n");
+            panel.reset();
+        }
+    }
+
+public:
+    ModuleViewPlace viewPlace() const
+    {
+        if (panel)
+            for (const ModuleViewPlace& place : panel->moduleViews())
+                if (place.name == kViewName) return place;
+        return {kViewName, 0, 0, kViewWidth, kViewHeight};
+    }
+
+private:
+    TemplateSet templates;
+    IUIFactory2* resources = nullptr;
+
     std::unique_ptr<PluginModule> module;
     bool attached = false;
 };
@@ -252,10 +377,21 @@ private:
 #endif
 };
 
-bool uniform(const platform::Picture& picture)
+// Whether the picture shows one colour only within `place` (the module's view): its bare window.
+bool uniform(const platform::Picture& picture, const ModuleViewPlace& place)
 {
-    for (uint32_t pixel : picture.pixels)
-        if (pixel != picture.pixels.front()) return false;
+    const int32_t right = std::min(picture.width, place.left + place.width);
+    const int32_t bottom = std::min(picture.height, place.top + place.height);
+    if (place.left >= right || place.top >= bottom) return true;
+    const auto at = [&](int32_t x, int32_t y)
+    {
+        return picture
+            .pixels[static_cast<size_t>(y) * static_cast<size_t>(picture.width) + static_cast<size_t>(x)];
+    };
+    const uint32_t first = at(place.left, place.top);
+    for (int32_t y = place.top; y < bottom; ++y)
+        for (int32_t x = place.left; x < right; ++x)
+            if (at(x, y) != first) return false;
     return true;
 }
 } // namespace
@@ -356,24 +492,145 @@ std::string editorWindowTitle()
     return title + ", Esc save and close";
 }
 
-bool runEdit(const EditOptions& options, std::string& error)
+namespace
 {
-    Project loaded;
+// The project the session edits now and what is known of its file.
+struct ProjectState
+{
+    std::string path;
     bool isChunk = false;
     std::vector<uint8_t> onDisk;
-    if (!loadProjectFile(options.projectPath, loaded, error, &isChunk, &onDisk)) return false;
-
-    EditorWindow window({kViewWidth, kViewHeight, editorWindowTitle(), false}, error);
-    if (!window.open()) return false;
-    ModuleEditor editor;
-    if (!editor.open(options, loaded, error) || !window.show(error) || !editor.attach(window, error))
-        return false;
     // What the module made of the file, before the user touched it: only a change from this is
     // the user's, and only that is worth a write.
     Project opened;
-    if (!editor.currentProject(opened, error)) return false;
+    bool writable = true; // false for the demo that ships with the program
+};
+
+// Writes the module's patterns to the project's file if the user changed them (or `always`), in
+// the form the file had; false with a sentence in `error` when the write failed.
+bool keepEdits(ProjectState& state, const Project& edited, Console& console, std::string& error,
+               bool always = false)
+{
+    if (edited == state.opened && !always)
+    {
+        console.line("No changes; " + state.path + " stays as it was.");
+        return true;
+    }
+    if (!state.writable)
+    {
+        console.line(
+            "The demo stays as it was; to keep changes, press Save on the panel or edit a project of "
+            "your own with --project FILE.");
+        return true;
+    }
+    const std::vector<uint8_t> bytes = projectFileBytes(edited, !state.isChunk);
+    const SaveOutcome outcome =
+        saveUserFile(state.path, bytes.data(), bytes.size(), state.onDisk.empty() ? nullptr : &state.onDisk);
+    if (outcome.kind != SaveOutcome::Kind::Saved)
+    {
+        error = outcome.sentence(state.path);
+        return false;
+    }
+    console.line("Saved " + state.path + (state.isChunk ? " (chunk)." : " (text form)."));
+    state.opened = edited;
+    state.onDisk = bytes;
+    return true;
+}
+
+// The first "Project N.tremolin" that is free in the preset folder, with the folder made; empty
+// with a sentence when there is no such folder.
+std::string newPresetPath(std::string& error)
+{
+    const std::string folder = presetFolder();
+    if (folder.empty())
+    {
+        error = "The system names no data folder for the user's projects.";
+        return {};
+    }
+    if (!platform::makeDirectories(folder, error)) return {};
+    for (int number = 1; number < 10000; ++number)
+    {
+        const std::string path = folder + "/Project " + std::to_string(number) + ".tremolin";
+        if (!platform::fileExists(path)) return path;
+    }
+    error = "The preset folder " + folder + " holds too many projects.";
+    return {};
+}
+} // namespace
+
+bool runEdit(const EditOptions& options, std::string& error)
+{
+    ProjectState state;
+    state.path = options.projectPath;
+    state.writable = options.saveOnClose;
+    Project loaded;
+    if (!loadProjectFile(state.path, loaded, error, &state.isChunk, &state.onDisk)) return false;
 
     Console console;
+    // The panel's project section works on the session's project through these.
+    ModuleEditor* live = nullptr;
+    PresetActions presets;
+    presets.demoPath = options.demoPath;
+    presets.currentPath = [&state] { return state.path; };
+    presets.open = [&](const std::string& path)
+    {
+        std::string problem;
+        Project edited, next;
+        ProjectState chosen;
+        chosen.path = path;
+        chosen.writable = path != options.demoPath;
+        if (live->currentProject(edited, problem) && keepEdits(state, edited, console, problem) &&
+            loadProjectFile(path, next, problem, &chosen.isChunk, &chosen.onDisk) &&
+            live->setProject(next, problem) && live->currentProject(chosen.opened, problem))
+        {
+            state = std::move(chosen);
+            console.line("Opened " + path + ".");
+        }
+        else
+            console.line(problem);
+    };
+    presets.save = [&]
+    {
+        std::string problem;
+        Project edited;
+        if (!live->currentProject(edited, problem))
+        {
+            console.line(problem);
+            return;
+        }
+        ProjectState target = state;
+        if (!target.writable)
+        {
+            // The demo is never written over: Save makes a new project of the user's.
+            target = ProjectState{};
+            target.path = newPresetPath(problem);
+            if (target.path.empty())
+            {
+                console.line(problem);
+                return;
+            }
+        }
+        if (keepEdits(target, edited, console, problem, !state.writable))
+            state = std::move(target);
+        else
+            console.line(problem);
+    };
+
+    // The window goes after the editor, whose views live in it.
+    std::unique_ptr<EditorWindow> shown;
+    if (!EditorWindow::available(error)) return false;
+    ModuleEditor editor;
+    live = &editor;
+    editor.presets = &presets;
+    if (!editor.open(options, loaded, error)) return false;
+    shown = std::make_unique<EditorWindow>(EditorWindow::Options{editor.width(), editor.height(),
+                                                                 editorWindowTitle(), false,
+                                                                 editor.panel != nullptr},
+                                           error);
+    EditorWindow& window = *shown;
+    if (!window.open() || !window.show(error) || !editor.attach(window, error)) return false;
+    if (!editor.currentProject(state.opened, error)) return false;
+
     HostMidiTrack& track = editor.context->track();
     track.setTicksPerBar(kTicksPerBar);
     track.setGridOrigin(HostMidiTrack::GridOrigin::BarStart);
@@ -388,10 +645,13 @@ bool runEdit(const EditOptions& options, std::string& error)
         };
     }
     LiveTransport transport(editor.effect, track, options.tempo, listener);
+    std::vector<std::pair<int32_t, int32_t>> notes;
+    for (const auto& [bar, note] : options.incomingNotes)
+        notes.emplace_back((bar - 1) * kTicksPerBar, note);
+    transport.setIncomingNotes(std::move(notes));
     char tempo[32];
     std::snprintf(tempo, sizeof tempo, "%g", options.tempo);
-    console.line("Editing " + options.projectPath + " at " + tempo +
-                 " BPM; Escape or closing the window saves it.");
+    console.line("Editing " + state.path + " at " + tempo + " BPM; Escape or closing the window saves it.");
     transport.start();
 
     {
@@ -404,13 +664,18 @@ bool runEdit(const EditOptions& options, std::string& error)
             const Clock::time_point now = Clock::now();
             if (now >= nextIdle)
             {
-                editor.view->serviceIdle();
+                editor.idle();
                 nextIdle = now + kIdlePeriod;
             }
             const auto wait = std::chrono::duration_cast<std::chrono::milliseconds>(nextIdle - Clock::now());
             WindowEvent event;
             if (!window.nextEvent(event, static_cast<int32_t>(std::max<int64_t>(wait.count(), 0)))) continue;
             if (event.kind == WindowEvent::Kind::Close) break;
+            if (event.kind == WindowEvent::Kind::Resize)
+            {
+                if (editor.panel) editor.panel->resize(event.width, event.height);
+                continue;
+            }
             switch (event.key)
             {
             case WindowEvent::Key::Escape:
@@ -438,22 +703,7 @@ bool runEdit(const EditOptions& options, std::string& error)
 
     transport.stop();
     Project edited;
-    bool saved = editor.currentProject(edited, error);
-    if (saved && edited == opened)
-        console.line("No changes; " + options.projectPath + " stays as it was.");
-    else if (saved && !options.saveOnClose)
-        console.line(
-            "The demo stays as it was; to keep changes, edit a project of your own with --project FILE.");
-    else if (saved)
-    {
-        const std::vector<uint8_t> bytes = projectFileBytes(edited, !isChunk);
-        const SaveOutcome outcome = saveUserFile(options.projectPath, bytes.data(), bytes.size(), &onDisk);
-        saved = outcome.kind == SaveOutcome::Kind::Saved;
-        if (saved)
-            console.line("Saved " + options.projectPath + (isChunk ? " (chunk)." : " (text form)."));
-        else
-            error = outcome.sentence(options.projectPath);
-    }
+    const bool saved = editor.currentProject(edited, error) && keepEdits(state, edited, console, error);
     editor.closeView();
     return saved;
 }
@@ -468,30 +718,42 @@ bool runSnapshot(const SnapshotOptions& options, std::string& error)
     Project project;
     if (!loadProjectFile(options.projectPath, project, error)) return false;
 
-    EditorWindow window({kViewWidth, kViewHeight, "Tremolin", true}, error);
-    if (!window.open()) return false;
+    // The project section shows the project's name; a picture has no use for its buttons.
+    PresetActions presets;
+    presets.demoPath = options.demoPath;
+    presets.currentPath = [&options] { return options.projectPath; };
+    if (!EditorWindow::available(error)) return false;
+    std::unique_ptr<EditorWindow> shown;
     ModuleEditor editor;
-    if (!editor.open(options, project, error) || !window.show(error) || !editor.attach(window, error))
-        return false;
+    editor.presets = &presets;
+    if (!editor.open(options, project, error)) return false;
+    shown = std::make_unique<EditorWindow>(
+        EditorWindow::Options{editor.width(), editor.height(), "Tremolin", true, false}, error);
+    EditorWindow& window = *shown;
+    if (!window.open() || !window.show(error) || !editor.attach(window, error)) return false;
 
-    // The editor paints when it handles its window's first exposure, inside an idle call. Pump
-    // until two readings in a row agree and show more than the bare window, or give up.
+    // The panel paints when the host's toolkit handles its window's first exposure, the module's
+    // view when its idle call does. Each round serves both and waits only for the window system;
+    // the picture counts once the panel has painted, the view's place shows more than its bare
+    // window, and two readings in a row agree (the view draws on a connection of its own).
+    const ModuleViewPlace place = editor.viewPlace();
     platform::Picture picture, previous;
     bool settled = false;
-    for (int round = 0; round < 150 && !settled; ++round)
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(3);
+    while (!settled && std::chrono::steady_clock::now() < deadline)
     {
-        editor.view->serviceIdle();
+        editor.idle();
         WindowEvent ignored;
         while (window.nextEvent(ignored, 0))
         {
         }
-        if (round >= 3)
+        if (!editor.panel || editor.panel->paints() > 0)
         {
             if (!window.capture(picture, error)) return false;
-            settled = !uniform(picture) && picture.pixels == previous.pixels;
+            settled = !uniform(picture, place) && picture.pixels == previous.pixels;
             previous = picture;
         }
-        window.nextEvent(ignored, 20);
+        if (!settled) window.nextEvent(ignored, 2);
     }
     if (!settled)
     {
@@ -508,8 +770,9 @@ bool runSnapshot(const SnapshotOptions& options, std::string& error)
         error = written.sentence(options.outPath);
         return false;
     }
-    std::printf("Wrote %s: the editor with %s, %d by %d pixels.\n", options.outPath.c_str(),
-                options.projectPath.c_str(), picture.width, picture.height);
+    std::printf("Wrote %s: the %s with %s, %d by %d pixels.\n", options.outPath.c_str(),
+                editor.panel ? "module's panel" : "editor", options.projectPath.c_str(), picture.width,
+                picture.height);
     return true;
 }
 } // namespace hostkit

@@ -2,11 +2,13 @@
 
 // The module's editor in a window of the host's: `edit` lets the user work on a project while the
 // transport plays it in real time and saves it when the window closes; `snapshot` writes a
-// picture of the editor as it opens. Until the module's own panel exists, the host lends keys to
-// the panel's parameters.
+// picture of the editor as it opens. The window holds the module's whole panel, built by the host
+// from the module's template with the module's sequencer view inside; the host's keys stay as
+// shortcuts for the panel's parameters.
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace hostkit
@@ -15,7 +17,8 @@ struct EditorSetup
 {
     std::string modulePath;
     std::string projectPath;
-    std::string settingsPath; // empty: the user's settings file
+    std::string settingsPath;    // empty: the user's settings file
+    std::string language = "us"; // of the host's texts, a key of the module's language table
 };
 
 struct EditOptions : EditorSetup
@@ -25,11 +28,16 @@ struct EditOptions : EditorSetup
     // Off for the demo that ships with the program: it stays as it is, and the user is told how
     // to keep changes.
     bool saveOnClose = true;
+    // The demo that ships with the program, which the panel's project menu always offers.
+    std::string demoPath;
+    // Note-ons played to the module on the transport's thread: (bar counted from 1, note).
+    std::vector<std::pair<int32_t, int32_t>> incomingNotes;
 };
 
 struct SnapshotOptions : EditorSetup
 {
     std::string outPath;
+    std::string demoPath;
 };
 
 // A key of the host's that changes one of the module's parameters.

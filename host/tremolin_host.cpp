@@ -36,13 +36,17 @@ const char* const kUsage =
     "  tremolin-host project import TEXTFILE CHUNKFILE\n"
     "      converts a project between the module's chunk and the text form\n"
     "  tremolin-host edit [--module FILE] [--project FILE] [--tempo BPM] [--settings FILE] [--print]\n"
-    "      opens the module's editor on the project (default: the demo) while the transport\n"
-    "      plays it in real time; --print lists the events as the track sends them. Keys:\n"
+    "                     [--language KEY] [--switch BAR:NOTE ...]\n"
+    "      opens the module's panel on the project (default: the demo) while the transport\n"
+    "      plays it in real time; --print lists the events as the track sends them; --language\n"
+    "      picks the module's texts (us, de); --switch plays a note-on as render's does. The\n"
+    "      panel's controls work with the pointer; these keys stay as shortcuts:\n"
     "%s"
     "      Closing saves the project in the form it had, chunk or text, if it changed; the demo\n"
     "      itself is never overwritten.\n"
     "  tremolin-host snapshot --out FILE.png [--module FILE] [--project FILE] [--settings FILE]\n"
-    "      writes a picture of the module's editor showing the project (default: the demo)\n"
+    "                         [--language KEY]\n"
+    "      writes a picture of the module's panel showing the project (default: the demo)\n"
     "  tremolin-host info [--module FILE]\n"
     "      shows the module's factory and classes\n";
 
@@ -283,6 +287,7 @@ void setupOption(const std::string& command, const std::vector<std::string>& arg
     std::string* target = option == "--module"     ? &setup.modulePath
                           : option == "--project"  ? &setup.projectPath
                           : option == "--settings" ? &setup.settingsPath
+                          : option == "--language" ? &setup.language
                                                    : nullptr;
     if (!target) throw UsageError{command + " does not know '" + option + "'"};
     if (i + 1 >= args.size()) throw UsageError{option + " needs a value"};
@@ -315,10 +320,17 @@ int edit(const std::vector<std::string>& args)
             if (i + 1 >= args.size()) throw UsageError{"--tempo needs a value"};
             options.tempo = tempoArgument(args[++i]);
         }
+        else if (args[i] == "--switch")
+        {
+            if (i + 1 >= args.size()) throw UsageError{"--switch needs a value"};
+            const PatternSwitch change = switchArgument(args[++i], 100000);
+            options.incomingNotes.emplace_back(change.bar, change.note);
+        }
         else
             setupOption("edit", args, i, options);
     }
     options.saveOnClose = !options.projectPath.empty();
+    options.demoPath = defaultProject();
     if (const int failed = completeSetup(options)) return failed;
     std::string error;
     if (!runEdit(options, error)) return fail(error);
@@ -339,6 +351,7 @@ int snapshot(const std::vector<std::string>& args)
             setupOption("snapshot", args, i, options);
     }
     if (options.outPath.empty()) throw UsageError{"snapshot needs --out FILE.png"};
+    options.demoPath = defaultProject();
     if (const int failed = completeSetup(options)) return failed;
     std::string error;
     if (!runSnapshot(options, error)) return fail(error);

@@ -1,5 +1,7 @@
 #include "host/kit/livetransport.h"
 
+#include <algorithm>
+
 #include "host/kit/transport.h"
 
 #include <chrono>
@@ -15,6 +17,14 @@ LiveTransport::LiveTransport(IMidiEffect* effect, HostMidiTrack& track, double t
 LiveTransport::~LiveTransport()
 {
     stop();
+}
+
+void LiveTransport::setIncomingNotes(std::vector<std::pair<int32_t, int32_t>> notes)
+{
+    if (thread.joinable()) return;
+    std::stable_sort(notes.begin(), notes.end(),
+                     [](const auto& a, const auto& b) { return a.first < b.first; });
+    incoming = std::move(notes);
 }
 
 void LiveTransport::start()
@@ -43,6 +53,7 @@ void LiveTransport::run()
 
     Clock::time_point origin = Clock::now();
     int32_t position = 0;
+    size_t nextIncoming = 0;
     effect->reposition(position);
     // Made before the first block: taking the sent events then costs no heap call.
     std::vector<TrackEvent> sent;
@@ -64,6 +75,18 @@ void LiveTransport::run()
                 position = 0;
                 effect->reposition(position);
                 break;
+            }
+            // A note due now comes in before the block, from the store the track made up front.
+            while (nextIncoming < incoming.size() && incoming[nextIncoming].first <= position)
+            {
+                HostMidiEvent* noteOn =
+                    track.makeIncoming(0x90, incoming[nextIncoming].second, 100, position);
+                if (noteOn)
+                {
+                    effect->processEvent(noteOn);
+                    track.releaseEvent(noteOn);
+                }
+                ++nextIncoming;
             }
             effect->processRange(position, position + block);
             position += block;

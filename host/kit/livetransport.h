@@ -14,6 +14,7 @@
 #include <functional>
 #include <mutex>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace hostkit
@@ -29,6 +30,9 @@ public:
     LiveTransport(const LiveTransport&) = delete;
     LiveTransport& operator=(const LiveTransport&) = delete;
 
+    // Note-ons that reach the effect's processEvent on the transport's thread, each before the
+    // first block at or after its tick, as a keyboard's would: (tick, note). Given before start.
+    void setIncomingNotes(std::vector<std::pair<int32_t, int32_t>> notes);
     void start();
     // Returns once the thread has made its last call to the effect.
     void stop();
@@ -47,5 +51,6 @@ private:
     std::condition_variable wake;
     bool stopping = false;
     std::atomic<int32_t> next{0};
+    std::vector<std::pair<int32_t, int32_t>> incoming; // sorted by tick
 };
 } // namespace hostkit

@@ -32,6 +32,18 @@ DialogScript DialogBoard::script()
     return current;
 }
 
+void DialogBoard::setPresenter(DialogPresenter presenter)
+{
+    std::lock_guard<std::mutex> guard(mutex);
+    shower = std::move(presenter);
+}
+
+DialogPresenter DialogBoard::presenter()
+{
+    std::lock_guard<std::mutex> guard(mutex);
+    return shower;
+}
+
 void DialogBoard::record(DialogRun run)
 {
     std::lock_guard<std::mutex> guard(mutex);
@@ -101,6 +113,12 @@ tresult TemplateDialog::runTemplate(const char* name, IPlugController* controlle
             if (const std::string* parameter = element.attribute("name")) run.controls.push_back(*parameter);
         });
 
+    if (const DialogPresenter presenter = board->presenter())
+    {
+        run.accepted = presenter({shown, run.title, controller}, run.changed);
+        board->record(run);
+        return run.accepted ? kResultOk : kResultFalse;
+    }
     const DialogScript script = board->script();
     for (const auto& [parameter, value] : script.values)
     {

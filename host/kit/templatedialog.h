@@ -1,8 +1,9 @@
 #pragma once
 
-// The host's modal dialog over a module's template. tremolin-host runs without a screen, so the
-// "user" is a script: which values to set on the dialog's controls, then accept or refuse. Each
-// run is logged with what it showed, for the program's report and for tests.
+// The host's modal dialog over a module's template. A host with a screen shows it through the
+// presenter it gives the board; without one the "user" is a script: which values to set on the
+// dialog's controls, then accept or refuse. Each run is logged with what it showed, for the
+// program's report and for tests.
 
 #include "foundation/frefcounted.h"
 #include "host/kit/xmlreader.h"
@@ -10,6 +11,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -36,18 +38,34 @@ struct DialogRun
     bool accepted = false;
 };
 
-// What every dialog of one host shares: the script for the next runs and the log.
+// What a presenter is asked to show: the template, its title in the host's language, and the
+// controller whose values its controls are bound to.
+struct DialogRequest
+{
+    const XmlElement* shown = nullptr;
+    std::u16string title;
+    IPlugController* controller = nullptr;
+};
+// Shows the dialog modally; true when the user accepts. The names of the values it set go into
+// `changed`. Called on the thread that runs the template, the user-interface thread.
+using DialogPresenter = std::function<bool(const DialogRequest& request, std::vector<std::string>& changed)>;
+
+// What every dialog of one host shares: the script for the next runs, the presenter and the log.
 class DialogBoard
 {
 public:
     void setScript(DialogScript script);
     DialogScript script();
+    // A presenter takes the script's place; an empty one gives it back.
+    void setPresenter(DialogPresenter presenter);
+    DialogPresenter presenter();
     void record(DialogRun run);
     std::vector<DialogRun> runs();
 
 private:
     std::mutex mutex;
     DialogScript current;
+    DialogPresenter shower;
     std::vector<DialogRun> log;
 };
 

@@ -7,26 +7,10 @@ namespace hostkit
 {
 namespace
 {
-std::string toLower(std::string text)
+// The reader gives every text in UTF-8, whatever code page the table declares.
+std::u16string decodeText(const std::string& text)
 {
-    for (char& c : text)
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    return text;
-}
-
-// The table declares its code page in the XML declaration; windows-1252 is what modules use,
-// UTF-8 is taken as it stands.
-bool declaresUtf8(const std::string& text)
-{
-    const size_t end = text.find("?>");
-    if (text.rfind("<?xml", 0) != 0 || end == std::string::npos) return false;
-    return toLower(text.substr(0, end)).find("utf-8") != std::string::npos;
-}
-
-// An element's text from the raw bytes of the table.
-std::u16string decodeText(const std::string& text, bool utf8)
-{
-    return utf8 ? utf8ToUtf16(text) : cp1252ToUtf16(text);
+    return utf8ToUtf16(text);
 }
 } // namespace
 
@@ -50,7 +34,6 @@ tresult TemplateRegistry::registerTemplate(const void* bytes, int32_t size, int3
     if (!bytes || size <= 0 || !handle) return kInvalidArgument;
     // The bytes are the module's and valid only now: everything is copied out.
     const std::string text(static_cast<const char*>(bytes), static_cast<size_t>(size));
-    const bool utf8 = declaresUtf8(text);
     std::vector<XmlElement> elements;
     std::string reason;
     std::lock_guard<std::mutex> guard(mutex);
@@ -69,7 +52,7 @@ tresult TemplateRegistry::registerTemplate(const void* bytes, int32_t size, int3
             for (const XmlElement& language : top.children)
                 if (language.name == "language")
                     if (const std::string* key = language.attribute("key"))
-                        table.languages.emplace_back(*key, decodeText(language.text, utf8));
+                        table.languages.emplace_back(*key, decodeText(language.text));
         }
         else if (top.name == "StringTable")
         {
@@ -80,7 +63,7 @@ tresult TemplateRegistry::registerTemplate(const void* bytes, int32_t size, int3
                 if (!key) continue;
                 auto& texts = table.strings[*key];
                 for (const XmlElement& translation : entry.children)
-                    texts[translation.name] = decodeText(translation.text, utf8);
+                    texts[translation.name] = decodeText(translation.text);
             }
         }
     }

@@ -13,8 +13,47 @@ const std::string* XmlElement::attribute(std::string_view key) const
     return nullptr;
 }
 
+std::string declaredEncoding(std::string_view text)
+{
+    // Only a declaration at the very start counts, as the XML rules have it.
+    if (text.substr(0, 5) != "<?xml" || text.size() < 6 || !std::isspace(static_cast<unsigned char>(text[5])))
+        return "utf-8";
+    const std::string_view declaration = text.substr(0, text.find("?>"));
+    const size_t key = declaration.find("encoding");
+    if (key == std::string_view::npos) return "utf-8";
+    size_t pos = key + 8;
+    while (pos < declaration.size() &&
+           (std::isspace(static_cast<unsigned char>(declaration[pos])) || declaration[pos] == '='))
+        ++pos;
+    if (pos >= declaration.size() || (declaration[pos] != '"' && declaration[pos] != '\'')) return "utf-8";
+    const char quote = declaration[pos++];
+    const size_t end = declaration.find(quote, pos);
+    std::string name(
+        declaration.substr(pos, end == std::string_view::npos ? std::string_view::npos : end - pos));
+    for (char& c : name)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return name;
+}
+
+bool singleByteCodePoint(const std::string& encoding, unsigned char byte, char32_t& codePoint)
+{
+    if (encoding == "windows-1252" || encoding == "cp1252")
+        codePoint =
+            foundation::text::cp1252ToUtf16(std::string_view(reinterpret_cast<const char*>(&byte), 1))[0];
+    else if (encoding == "iso-8859-1" || encoding == "latin1")
+        codePoint = byte;
+    else if (encoding == "us-ascii" && byte < 0x80)
+        codePoint = byte;
+    else
+        return false;
+    return true;
+}
+
 namespace
 {
+// Deeper nesting than any template has only costs the stack when the tree is taken down.
+constexpr size_t kDeepestNesting = 256;
+
 class XmlParser
 {
 public:
@@ -104,12 +143,15 @@ public:
                 const size_t end = text.find(quote, pos);
                 if (end == std::string_view::npos) return fail(error, "an attribute value that never ends");
                 std::string value;
-                if (!decode(text.substr(pos, end - pos), value)) return fail(error, "an unknown entity");
+                if (!decode(text.substr(pos, end - pos), value, true))
+                    return fail(error, "an unknown entity");
                 pos = end + 1;
                 element.attributes.emplace_back(std::move(key), std::move(value));
             }
             if (selfClosing)
                 (stack.empty() ? elements : stack.back().children).push_back(std::move(element));
+            else if (stack.size() >= kDeepestNesting)
+                return fail(error, "elements nested deeper than " + std::to_string(kDeepestNesting));
             else
                 stack.push_back(std::move(element));
         }
@@ -156,13 +198,14 @@ private:
     }
 
     // Entities become their characters; numeric ones above 127 are written as UTF-8.
-    static bool decode(std::string_view raw, std::string& out)
+    // In an attribute's value a written tab or line end counts as a blank, as XML has it.
+    static bool decode(std::string_view raw, std::string& out, bool attribute = false)
     {
         for (size_t i = 0; i < raw.size(); ++i)
         {
             if (raw[i] != '&')
             {
-                out.push_back(raw[i]);
+                out.push_back(attribute && (raw[i] == '\t' || raw[i] == '\n') ? ' ' : raw[i]);
                 continue;
             }
             const size_t end = raw.find(';', i);
@@ -220,9 +263,37 @@ private:
 };
 } // namespace
 
-bool parseXml(std::string_view text, std::vector<XmlElement>& elements, std::string& error)
+bool parseXmlOwnReader(std::string_view text, std::vector<XmlElement>& elements, std::string& error)
 {
     elements.clear();
-    return XmlParser(text).parse(elements, error);
+    const std::string encoding = declaredEncoding(text);
+    // Line ends become one LF before anything else reads the text, as XML has it.
+    std::string lines;
+    lines.reserve(text.size());
+    for (size_t i = 0; i < text.size(); ++i)
+    {
+        if (text[i] != '\r')
+            lines.push_back(text[i]);
+        else if (i + 1 >= text.size() || text[i + 1] != '\n')
+            lines.push_back('\n');
+    }
+    text = lines;
+    if (encoding == "utf-8") return XmlParser(text).parse(elements, error);
+    // A single-byte text becomes UTF-8 first, so that the tree reads the same whatever came in.
+    std::string converted;
+    converted.reserve(text.size());
+    for (const char c : text)
+    {
+        char32_t code = 0;
+        if (!singleByteCodePoint(encoding, static_cast<unsigned char>(c), code))
+        {
+            error = "line 1: the encoding '" + encoding + "' is not one the host reads";
+            return false;
+        }
+        char bytes[4];
+        foundation::text::encodeUtf8(code, bytes);
+        converted.append(bytes, foundation::text::utf8Length(code));
+    }
+    return XmlParser(converted).parse(elements, error);
 }
 } // namespace hostkit

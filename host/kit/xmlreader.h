@@ -1,8 +1,15 @@
 #pragma once
 
-// A small reader for the XML that modules hand the host: the editor templates (several top-level
-// elements, no root) and the translation table. Elements, attributes, text, comments,
-// declarations and the five named entities plus numeric ones; no namespaces, no DTD.
+// Reading the XML that modules hand the host: the editor templates (several top-level elements,
+// no root) and the translation table (a declaration, then its tables). Elements, attributes,
+// text, comments, CDATA, declarations, the five named entities and numeric ones; no namespaces,
+// no DTD. Whatever the text's declared encoding (UTF-8 when it declares none, windows-1252,
+// ISO-8859-1 or US-ASCII), names, values and texts come out in UTF-8.
+//
+// parseXml is expat on Linux (platform/xmlreader_expat.cpp) and the host's own reader below on
+// Windows (platform/xmlreader_win32.cpp): the system's XmlLite has no import library in the
+// cross toolchain, and a reader of our own that answers exactly like expat on every module's
+// resources, held to it by the fuzz target, keeps both builds reading alike.
 
 #include <string>
 #include <string_view>
@@ -30,9 +37,18 @@ struct XmlElement
             child.forEachDescendant(visit);
         }
     }
+    bool operator==(const XmlElement&) const = default;
 };
 
 // Parses `text` into its top-level elements. On a syntax error gives false with a sentence
 // naming the line in `error`.
 bool parseXml(std::string_view text, std::vector<XmlElement>& elements, std::string& error);
+
+// The host's own reader, on every platform: what parseXml is on Windows.
+bool parseXmlOwnReader(std::string_view text, std::vector<XmlElement>& elements, std::string& error);
+
+// The encoding the text's declaration names, in lower case; "utf-8" when there is none.
+std::string declaredEncoding(std::string_view text);
+// A single-byte encoding's code point for a byte; false for an encoding the host doesn't know.
+bool singleByteCodePoint(const std::string& encoding, unsigned char byte, char32_t& codePoint);
 } // namespace hostkit

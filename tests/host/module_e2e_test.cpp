@@ -8,12 +8,16 @@
 #include "host/kit/hostvalue.h"
 #include "host/kit/moduleloader.h"
 #include "host/kit/templateregistry.h"
+#include "host/paneltemplate.h"
 #include "host/projectfile.h"
 #include "host/render.h"
 #include "tests/host/host_test_support.h"
 #include "tests/host/midireader.h"
 
 #include <gtest/gtest.h>
+
+#include <functional>
+#include <set>
 
 using namespace hostkit;
 
@@ -151,6 +155,77 @@ TEST(ModuleEndToEnd, SettingsDialogAndTranslationsServeTheRealModule)
     EXPECT_EQ(first, 7);
     EXPECT_EQ(second, 10);
     settings->release();
+}
+
+// Whatever the template names, the host must find: a parameter of the module for each control,
+// a section of its own for "host.*", the module's view for the rest.
+TEST(ModuleEndToEnd, EveryNameInTheModulesTemplateIsAParameterOrASectionTheHostHas)
+{
+    auto* context = new HostContext();
+    std::string error;
+    {
+        auto module = PluginModule::load(kModule, error);
+        ASSERT_TRUE(module) << error;
+        IMidiEffect* effect = module->instantiate(kMidiSeqClassId, error);
+        ASSERT_TRUE(effect && module->initialize(effect, context, error)) << error;
+        IUIFactory2* resources = queryFace<IUIFactory2>(effect);
+        IPlugController* controller = queryFace<IPlugController>(effect);
+        ASSERT_TRUE(resources && controller);
+        int32_t size = 0;
+        char name[64] = {};
+        ASSERT_EQ(resources->getTemplate("editor", name, nullptr, &size), kResultOk);
+        std::string text(static_cast<size_t>(size), '\0');
+        ASSERT_EQ(resources->getTemplate("editor", name, text.data(), &size), kResultOk);
+        TemplateSet set;
+        ASSERT_TRUE(readTemplateSet(text, set, error)) << error;
+        EXPECT_EQ(set.skipped, std::vector<std::string>{});
+        ASSERT_TRUE(set.find(name)) << name;
+        ASSERT_TRUE(set.find("Controller Setup"));
+
+        std::set<int32_t> tags;
+        int sections = 0, views = 0;
+        std::function<void(const std::vector<PanelNode>&)> visit = [&](const std::vector<PanelNode>& nodes)
+        {
+            for (const PanelNode& node : nodes)
+            {
+                if (node.isControl())
+                {
+                    IHostValue* value = nullptr;
+                    EXPECT_EQ(controller->findValue(node.name.c_str(), &value), kResultOk) << node.name;
+                    if (value) tags.insert(value->getTag());
+                }
+                else if (node.kind == PanelNode::Kind::HostView)
+                {
+                    EXPECT_EQ(node.name, "host.TremolinPresetSection");
+                    ++sections;
+                }
+                else if (node.kind == PanelNode::Kind::ModuleView)
+                {
+                    EXPECT_EQ(node.name, "SequencerView");
+                    ++views;
+                }
+                visit(node.children);
+            }
+        };
+        for (const PanelTemplate& panel : set.templates)
+            visit(panel.children);
+        EXPECT_EQ(sections, 1);
+        EXPECT_EQ(views, 1);
+        // All 18 but "About", which the panel leaves to the host's key.
+        EXPECT_EQ(tags.size(), 17u);
+        EXPECT_TRUE(tags.count(15) == 0) << "About";
+        EXPECT_TRUE(*tags.begin() == 0 && *tags.rbegin() == 17);
+        for (const auto& [bitmap, path] : set.bitmaps)
+        {
+            int32_t bytes = 0;
+            EXPECT_EQ(resources->getResource(path.c_str(), nullptr, &bytes), kResultOk) << bitmap;
+        }
+        resources->release();
+        controller->release();
+        module->unload();
+    }
+    context->unbindValues();
+    context->release();
 }
 
 TEST(ModuleEndToEnd, AControllerNumberNoFileCanCarryIsRefusedWithAWarning)

@@ -17,6 +17,7 @@ struct WindowEvent
     {
         Close, // the window manager's close, or the window went away
         Key,
+        Resize, // the user gave the window a new size: width and height
     };
     enum class Key
     {
@@ -30,6 +31,8 @@ struct WindowEvent
     Kind kind = Kind::Close;
     Key key = Key::Character;
     char character = 0;
+    int32_t width = 0;
+    int32_t height = 0;
 };
 
 // Pixels as 0xRRGGBB, row by row from the top.
@@ -58,8 +61,12 @@ public:
         // Kept out of the window manager's hands, at the top left of the screen above everything
         // else, so that what is read back is the window's own picture.
         bool unmanaged = false;
+        // The user may make the window larger than its size, never smaller.
+        bool resizable = false;
     };
 
+    // Whether windows can be made at all; false with the sentence the constructor would give.
+    static bool available(std::string& error);
     // A window, not shown yet. On failure (no display, or no window on this platform) `open()`
     // is false and `error` holds one sentence.
     EditorWindow(const Options& options, std::string& error);
@@ -75,6 +82,12 @@ public:
     bool show(std::string& error);
     // The next event, if one comes within `waitMilliseconds`.
     bool nextEvent(WindowEvent& event, int32_t waitMilliseconds);
+    // A plain child window at (x, y) of this one, above everything made in it before, for a
+    // module's view to be attached to; null if none can be made. It goes with this window.
+    void* addChild(int32_t x, int32_t y, int32_t width, int32_t height);
+    // Keys typed while the focus is on `child` (a window inside this one, such as the panel's,
+    // which takes the focus back when its entry field closes) come to nextEvent too.
+    void takeKeysOf(void* child);
     // What the window shows on screen, children included.
     bool capture(Picture& picture, std::string& error);
 

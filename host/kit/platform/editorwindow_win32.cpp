@@ -17,6 +17,12 @@ struct WindowState
 {
     bool closeAsked = false; // WM_CLOSE came and is not reported yet
     bool gone = false;       // the window was destroyed by someone else
+    // A resizable window: the least outer size, and the client size last reported.
+    int minWidth = 0;
+    int minHeight = 0;
+    int width = 0;
+    int height = 0;
+    bool resized = false; // the client size changed and is not reported yet
 };
 const wchar_t* const kClassName = L"TremolinHostEditorWindow";
 
@@ -36,6 +42,22 @@ LRESULT CALLBACK windowProc(HWND window, UINT message, WPARAM wParam, LPARAM lPa
             // The host decides: it saves the project first and then takes the window down itself.
             state->closeAsked = true;
             return 0;
+        case WM_GETMINMAXINFO:
+            if (state->minWidth > 0)
+            {
+                auto* limits = reinterpret_cast<MINMAXINFO*>(lParam);
+                limits->ptMinTrackSize = {state->minWidth, state->minHeight};
+            }
+            break;
+        case WM_SIZE:
+            if (wParam != SIZE_MINIMIZED && state->minWidth > 0 &&
+                (LOWORD(lParam) != state->width || HIWORD(lParam) != state->height))
+            {
+                state->width = LOWORD(lParam);
+                state->height = HIWORD(lParam);
+                state->resized = true;
+            }
+            break;
         case WM_DESTROY:
             state->gone = true;
             SetWindowLongPtrW(window, GWLP_USERDATA, 0);
@@ -110,8 +132,9 @@ EditorWindow::EditorWindow(const Options& options, std::string& error)
         error = "Windows refused the class of the editor's window.";
         return;
     }
-    // The editor has one size, so the window can't be resized or maximized.
+    // The editor's size is the least it needs; only a resizable panel may grow.
     DWORD style = WS_OVERLAPPED | WS_CAPTION | WS_SYSMENU | WS_MINIMIZEBOX | WS_CLIPCHILDREN;
+    if (options.resizable && !options.unmanaged) style |= WS_THICKFRAME | WS_MAXIMIZEBOX;
     DWORD extendedStyle = 0;
     int x = CW_USEDEFAULT, y = CW_USEDEFAULT;
     if (options.unmanaged)
@@ -124,6 +147,13 @@ EditorWindow::EditorWindow(const Options& options, std::string& error)
     AdjustWindowRectEx(&outer, style, FALSE, extendedStyle);
 
     native = new Native;
+    if (options.resizable && !options.unmanaged)
+    {
+        native->state.minWidth = outer.right - outer.left;
+        native->state.minHeight = outer.bottom - outer.top;
+        native->state.width = options.width;
+        native->state.height = options.height;
+    }
     const std::wstring title = widen(options.title);
     native->window =
         CreateWindowExW(extendedStyle, kClassName, title.c_str(), style, x, y, outer.right - outer.left,
@@ -181,6 +211,26 @@ bool EditorWindow::show(std::string& error)
     return true;
 }
 
+// A desktop is always there for a Windows program.
+bool EditorWindow::available(std::string&)
+{
+    return true;
+}
+
+void* EditorWindow::addChild(int32_t x, int32_t y, int32_t width, int32_t height)
+{
+    if (!native || native->state.gone || width <= 0 || height <= 0) return nullptr;
+    // A plain static window: the module's view makes its own window inside and draws there.
+    HWND child =
+        CreateWindowExW(0, L"STATIC", L"", WS_CHILD | WS_VISIBLE | WS_CLIPSIBLINGS | WS_CLIPCHILDREN, x, y,
+                        width, height, native->window, nullptr, GetModuleHandleW(nullptr), nullptr);
+    if (child) SetWindowPos(child, HWND_TOP, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE);
+    return child;
+}
+
+// Keys are taken from the thread's queue whatever window they were typed into.
+void EditorWindow::takeKeysOf(void*) {}
+
 bool EditorWindow::nextEvent(WindowEvent& out, int32_t waitMilliseconds)
 {
     MSG message;
@@ -198,6 +248,15 @@ bool EditorWindow::nextEvent(WindowEvent& out, int32_t waitMilliseconds)
             if (native->state.gone) native->window = nullptr;
             if (report) out = WindowEvent{};
             return report;
+        }
+        if (native->state.resized)
+        {
+            native->state.resized = false;
+            out = WindowEvent{};
+            out.kind = WindowEvent::Kind::Resize;
+            out.width = native->state.width;
+            out.height = native->state.height;
+            return true;
         }
         if (!PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) return false;
         if (message.message == WM_QUIT)

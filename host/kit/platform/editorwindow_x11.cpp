@@ -46,6 +46,24 @@ uint32_t channel(unsigned long pixel, unsigned long mask)
 }
 } // namespace
 
+bool EditorWindow::available(std::string& error)
+{
+    const char* name = std::getenv("DISPLAY");
+    if (!name || !name[0])
+    {
+        error = "There is no display for the editor's window: DISPLAY is not set.";
+        return false;
+    }
+    Display* display = XOpenDisplay(nullptr);
+    if (!display)
+    {
+        error = "Can't open the X display '" + std::string(name) + "' for the editor's window.";
+        return false;
+    }
+    XCloseDisplay(display);
+    return true;
+}
+
 EditorWindow::EditorWindow(const Options& options, std::string& error)
 {
     const char* name = std::getenv("DISPLAY");
@@ -70,9 +88,9 @@ EditorWindow::EditorWindow(const Options& options, std::string& error)
                       static_cast<unsigned>(options.height), 0, CopyFromParent, InputOutput, CopyFromParent,
                       CWBackPixel | CWEventMask | CWOverrideRedirect, &attributes);
 
-    // The editor has one size; the window manager should not offer another.
+    // The editor's size is the least it needs; only a resizable panel may grow.
     XSizeHints* size = XAllocSizeHints();
-    size->flags = PMinSize | PMaxSize;
+    size->flags = options.resizable ? PMinSize : PMinSize | PMaxSize;
     size->min_width = size->max_width = options.width;
     size->min_height = size->max_height = options.height;
     XSetWMNormalHints(display, window, size);
@@ -165,6 +183,17 @@ bool EditorWindow::nextEvent(WindowEvent& out, int32_t waitMilliseconds)
             out = WindowEvent{};
             return true;
         }
+        if (event.type == ConfigureNotify && event.xconfigure.window == native->window &&
+            (event.xconfigure.width != native->width || event.xconfigure.height != native->height))
+        {
+            native->width = event.xconfigure.width;
+            native->height = event.xconfigure.height;
+            out = WindowEvent{};
+            out.kind = WindowEvent::Kind::Resize;
+            out.width = native->width;
+            out.height = native->height;
+            return true;
+        }
         if (event.type == DestroyNotify && event.xdestroywindow.window == native->window)
         {
             native->gone = true;
@@ -209,6 +238,30 @@ bool EditorWindow::nextEvent(WindowEvent& out, int32_t waitMilliseconds)
         }
     }
     return false;
+}
+
+void* EditorWindow::addChild(int32_t x, int32_t y, int32_t width, int32_t height)
+{
+    if (!native || native->gone || width <= 0 || height <= 0) return nullptr;
+    Display* display = native->display;
+    const int screen = DefaultScreen(display);
+    // The newest child of a window lies above its older siblings, such as the host's panel.
+    const Window child =
+        XCreateSimpleWindow(display, native->window, x, y, static_cast<unsigned>(width),
+                            static_cast<unsigned>(height), 0, 0, BlackPixel(display, screen));
+    XMapWindow(display, child);
+    // The module makes its window in this one on a connection of its own.
+    XSync(display, False);
+    return reinterpret_cast<void*>(static_cast<uintptr_t>(child));
+}
+
+void EditorWindow::takeKeysOf(void* child)
+{
+    if (!native || native->gone || !child) return;
+    // Several clients may listen to a window's keys; focus on the child keeps them from reaching
+    // this window by themselves.
+    XSelectInput(native->display, static_cast<Window>(reinterpret_cast<uintptr_t>(child)), KeyPressMask);
+    XSync(native->display, False);
 }
 
 bool EditorWindow::capture(Picture& picture, std::string& error)

@@ -28,6 +28,11 @@ std::string executablePath();
 // $XDG_CONFIG_HOME (else ~/.config), or %APPDATA%; empty if there is none.
 std::string userConfigDirectory();
 
+// $XDG_DATA_HOME (else ~/.local/share), or %APPDATA%; empty if there is none.
+std::string userDataDirectory();
+// The names of the plain files in a folder, sorted; empty when there is no such folder.
+std::vector<std::string> filesIn(const std::string& folder);
+
 bool fileExists(const std::string& path);
 bool isDirectory(const std::string& path);
 // Creates the folder and the folders above it that are missing.

@@ -1,5 +1,6 @@
 #include "host/kit/platform/hostplatform.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <csignal>
@@ -90,6 +91,35 @@ std::string userConfigDirectory()
     }
     if (!home || !home[0]) return {};
     return std::string(home) + "/.config";
+}
+
+std::string userDataDirectory()
+{
+    const char* xdg = std::getenv("XDG_DATA_HOME");
+    if (xdg && xdg[0] == '/') return xdg;
+    const std::string config = userConfigDirectory();
+    // Beside ~/.config, which has found the home folder already.
+    const char* home = std::getenv("HOME");
+    if (home && home[0]) return std::string(home) + "/.local/share";
+    return config.empty() ? std::string() : config.substr(0, config.rfind('/')) + "/.local/share";
+}
+
+std::vector<std::string> filesIn(const std::string& folder)
+{
+    std::vector<std::string> names;
+    DIR* directory = opendir(folder.c_str());
+    if (!directory) return names;
+    while (const dirent* entry = readdir(directory))
+    {
+        const std::string name = entry->d_name;
+        struct stat info;
+        if (name != "." && name != ".." && stat((folder + "/" + name).c_str(), &info) == 0 &&
+            S_ISREG(info.st_mode))
+            names.push_back(name);
+    }
+    closedir(directory);
+    std::sort(names.begin(), names.end());
+    return names;
 }
 
 bool fileExists(const std::string& path)

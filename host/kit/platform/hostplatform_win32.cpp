@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <io.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cwchar>
 
@@ -110,6 +111,26 @@ std::string userConfigDirectory()
 {
     const wchar_t* appData = _wgetenv(L"APPDATA");
     return appData && appData[0] ? slashes(narrow(appData)) : std::string();
+}
+
+std::string userDataDirectory()
+{
+    // Roaming application data holds what the user makes, as it holds the settings.
+    return userConfigDirectory();
+}
+
+std::vector<std::string> filesIn(const std::string& folder)
+{
+    std::vector<std::string> names;
+    WIN32_FIND_DATAW found;
+    HANDLE search = FindFirstFileW(widen(folder + "/*").c_str(), &found);
+    if (search == INVALID_HANDLE_VALUE) return names;
+    do
+        if (!(found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)) names.push_back(narrow(found.cFileName));
+    while (FindNextFileW(search, &found));
+    FindClose(search);
+    std::sort(names.begin(), names.end());
+    return names;
 }
 
 bool fileExists(const std::string& path)

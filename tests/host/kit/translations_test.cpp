@@ -4,6 +4,7 @@
 #include "host/kit/templateregistry.h"
 #include "host/kit/xmlreader.h"
 #include "module/effectinterfaces.h"
+#include "tests/host/host_test_support.h"
 
 #include <gtest/gtest.h>
 
@@ -107,26 +108,65 @@ TEST(TemplateRegistry, TranslatesFromRegisteredTablesUntilTheyAreTakenBack)
     registry->release();
 }
 
-TEST(XmlReader, ReadsTemplatesWithoutARootAndNamesTheLineOfAFault)
+// expat (Linux) and the host's own reader (Windows) must read every module alike.
+class XmlReaders : public ::testing::TestWithParam<bool>
+{
+protected:
+    bool parse(std::string_view text, std::vector<XmlElement>& elements, std::string& error)
+    {
+        return GetParam() ? parseXml(text, elements, error) : parseXmlOwnReader(text, elements, error);
+    }
+};
+
+TEST_P(XmlReaders, ReadTemplatesWithoutARootAndNameTheLineOfAFault)
 {
     std::vector<XmlElement> elements;
     std::string error;
-    ASSERT_TRUE(parseXml(kTemplates, elements, error)) << error;
+    ASSERT_TRUE(parse(kTemplates, elements, error)) << error;
     ASSERT_EQ(elements.size(), 3u);
     EXPECT_EQ(elements[2].children[1].name, "listbox");
     EXPECT_EQ(*elements[2].children[1].attribute("title"), "Controller 2");
     EXPECT_EQ(elements[0].children[0].attribute("missing"), nullptr);
 
-    EXPECT_FALSE(parseXml("<a>\n<b>\n</a>", elements, error));
-    EXPECT_EQ(error, "line 3: an end tag </a> that closes nothing open");
-    EXPECT_FALSE(parseXml("<a x=1/>", elements, error));
-    EXPECT_FALSE(parseXml("<a>&nbsp;</a>", elements, error));
-    EXPECT_FALSE(parseXml("<a>", elements, error));
-    EXPECT_EQ(error, "line 1: <a> is never closed");
-    ASSERT_TRUE(parseXml("<!-- c --><a t='&#x41;&#66;&lt;'><![CDATA[<raw>]]></a>", elements, error)) << error;
-    EXPECT_EQ(*elements[0].attribute("t"), "AB<");
+    EXPECT_FALSE(parse("<a>\n<b>\n</a>", elements, error));
+    EXPECT_EQ(error.rfind("line 3: ", 0), 0u) << error;
+    EXPECT_FALSE(parse("<a x=1/>", elements, error));
+    EXPECT_FALSE(parse("<a>&nbsp;</a>", elements, error));
+    EXPECT_FALSE(parse("<a>", elements, error));
+    EXPECT_FALSE(parse("<a/>stray", elements, error));
+    EXPECT_FALSE(parse("<!DOCTYPE a [<!ENTITY e 'x'>]><a>&e;</a>", elements, error)) << "no document types";
+    std::string deep;
+    for (int i = 0; i < 300; ++i)
+        deep = "<a>" + deep + "</a>";
+    EXPECT_FALSE(parse(deep, elements, error)) << "nesting deeper than any template";
+    ASSERT_TRUE(parse("<!-- c --><a t='&#x41;&#66;&lt;\tz'><![CDATA[<raw>]]></a>", elements, error)) << error;
+    EXPECT_EQ(*elements[0].attribute("t"), "AB< z");
     EXPECT_EQ(elements[0].text, "<raw>");
+
+    // A windows-1252 table comes out in UTF-8, its CR LF as LF.
+    ASSERT_TRUE(parse(kTable, elements, error)) << error;
+    ASSERT_EQ(elements.size(), 2u);
+    EXPECT_EQ(elements[1].children[1].children[0].text, "Gate & Anschlagst\u00e4rke \u20ac");
+    EXPECT_EQ(elements[0].text, "\n\t\n\t\n");
 }
+
+TEST_P(XmlReaders, ReadTheModulesOwnResourcesAsTheOtherReaderDoes)
+{
+    for (const char* file : {"editor.xml", "strings.xml"})
+    {
+        const std::string text =
+            hosttest::readText(std::string(TREMOLIN_SOURCE_DIR) + "/midiplugs/midiseq/resource/" + file);
+        std::vector<XmlElement> mine, other;
+        std::string error;
+        ASSERT_TRUE(parse(text, mine, error)) << file << ": " << error;
+        ASSERT_TRUE((GetParam() ? parseXmlOwnReader : parseXml)(text, other, error)) << file << ": " << error;
+        EXPECT_TRUE(mine == other) << file;
+        EXPECT_GE(mine.size(), 2u) << file;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Host, XmlReaders, ::testing::Values(true, false),
+                         [](const auto& info) { return info.param ? "Platform" : "Own"; });
 
 TEST(TemplateDialog, ScriptedUserSetsTheListsThenAcceptsOrRefuses)
 {

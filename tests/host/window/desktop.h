@@ -25,6 +25,11 @@ void pointInto(uint64_t window);
 // Presses and releases a key by its X name ("Up", "bracketright", "Escape", "x"), for the window
 // the pointer is in (or, on Windows, the window found last when the pointer was not moved).
 void typeKey(const std::string& name);
+// A left click at (x, y) of the window's client area: through the server's test extension on X11;
+// on Windows as the press and release messages of the innermost child window at that point.
+void click(uint64_t window, int x, int y);
+// Gives the window a new client size, as a user dragging its edge does.
+void resize(uint64_t window, int width, int height);
 // The window manager's close: WM_DELETE_WINDOW on X11, WM_CLOSE on Windows.
 void requestClose(uint64_t window);
 

@@ -8,8 +8,10 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <filesystem>
 #include <set>
+#include <thread>
 
 using namespace hostkit;
 
@@ -77,29 +79,67 @@ TEST_F(EditorWindow, ModuleWithoutAnEditorIsRefusedAndNothingIsWritten)
         << "no picture and no temporary file";
 }
 
-TEST_F(EditorWindow, SnapshotOfTheDemoShowsThePaintedEditor)
+TEST_F(EditorWindow, SnapshotShowsTheWholePanelWithTheProjectsValues)
 {
     hosttest::TempFolder folder;
-    const auto result = hosttest::runProgram(
-        folder, kProgram, {"snapshot", "--project", kDemo, "--settings", "settings", "--out", "editor.png"});
-    ASSERT_EQ(result.exitCode, 0) << result.err;
-    desktop::Picture picture;
-    ASSERT_TRUE(desktop::readPng(folder.file("editor.png"), picture));
-    ASSERT_EQ(picture.width, 603);
-    ASSERT_EQ(picture.height, 230);
-    // The editor's backdrop, grid and notes: many colours, not a bare window.
-    const std::set<uint32_t> colours(picture.pixels.begin(), picture.pixels.end());
-    EXPECT_GE(colours.size(), 16u);
-    // The picture is the editor and nothing beside it: its frame runs round all four edges in
-    // one colour that is not the window's own black, which a picture shifted by a title bar or
-    // a border would show along one edge.
-    const auto pixel = [&picture](int x, int y) { return picture.pixels[size_t(y) * 603 + size_t(x)]; };
-    const uint32_t frame = pixel(0, 0);
+    // The demo, and the demo with other length, quantize and swing in its first pattern.
+    std::string changed = hosttest::readText(kDemo);
+    const std::string first = "pattern 1  length 16  quantize 1/16  swing 0";
+    ASSERT_NE(changed.find(first), std::string::npos);
+    changed.replace(changed.find(first), first.size(), "pattern 1  length 12  quantize 1/8  swing 50");
+    hosttest::writeText(folder.file("changed.tremolin"), changed);
+    desktop::Picture pictures[2];
+    for (int i = 0; i < 2; ++i)
+    {
+        const auto result =
+            hosttest::runProgram(folder, kProgram,
+                                 {"snapshot", "--project", i ? folder.file("changed.tremolin") : kDemo,
+                                  "--settings", "settings", "--out", "panel.png"});
+        ASSERT_EQ(result.exitCode, 0) << result.err;
+        EXPECT_EQ(result.err.find("leaves out"), std::string::npos)
+            << "the whole template is shown: " << result.err;
+        ASSERT_TRUE(desktop::readPng(folder.file("panel.png"), pictures[i]));
+        ASSERT_EQ(pictures[i].width, 670);
+        ASSERT_EQ(pictures[i].height, 364);
+    }
+    const auto pixel = [](const desktop::Picture& picture, int x, int y)
+    { return picture.pixels[size_t(y) * size_t(picture.width) + size_t(x)]; };
+    // The sequencer view in its place: its frame runs round all four edges in one colour.
+    const desktop::Picture& demoPanel = pictures[0];
+    const uint32_t frame = pixel(demoPanel, 36, 44);
     EXPECT_NE(frame, 0u);
-    for (int x = 0; x < 603; ++x)
-        ASSERT_TRUE(pixel(x, 0) == frame && pixel(x, 229) == frame) << "column " << x;
-    for (int y = 0; y < 230; ++y)
-        ASSERT_TRUE(pixel(0, y) == frame && pixel(602, y) == frame) << "row " << y;
+    for (int x = 36; x < 36 + 603; ++x)
+        ASSERT_TRUE(pixel(demoPanel, x, 44) == frame && pixel(demoPanel, x, 44 + 229) == frame)
+            << "column " << x;
+    for (int y = 44; y < 44 + 230; ++y)
+        ASSERT_TRUE(pixel(demoPanel, 36, y) == frame && pixel(demoPanel, 36 + 602, y) == frame)
+            << "row " << y;
+
+    // A control's place differs between the two exactly when its value does.
+    struct Place
+    {
+        const char* what;
+        int x, y, width, height;
+        bool differs;
+    };
+    const Place places[] = {
+        {"Length", 463, 18, 38, 18, true},           {"Quantize", 512, 18, 40, 18, true},
+        {"Swing text", 561, 20, 20, 13, true},       {"Swing slider", 584, 21, 56, 12, true},
+        {"Pattern Select", 271, 296, 35, 16, false}, {"Param Select", 49, 296, 78, 16, false},
+        {"Copy", 314, 294, 44, 20, false},           {"Shift Octave Up", 24, 17, 32, 20, false}};
+    for (const Place& place : places)
+    {
+        bool differs = false;
+        std::set<uint32_t> colours;
+        for (int y = place.y; y < place.y + place.height; ++y)
+            for (int x = place.x; x < place.x + place.width; ++x)
+            {
+                differs = differs || pixel(pictures[0], x, y) != pixel(pictures[1], x, y);
+                colours.insert(pixel(pictures[0], x, y));
+            }
+        EXPECT_EQ(differs, place.differs) << place.what;
+        EXPECT_GE(colours.size(), 3u) << place.what << " shows something";
+    }
 
     const auto unwritable = hosttest::runProgram(
         folder, kProgram,
@@ -261,4 +301,80 @@ TEST_F(EditorWindow, WhenTheSaveAtTheEndFailsTheEditsGoToARescueCopyThatIsNamed)
     ASSERT_TRUE(loadProjectFile(rescue, rescued, error)) << error;
     EXPECT_EQ(rescued.patterns[0].steps[0].note, demo().patterns[0].steps[0].note + 1) << "the edit is kept";
     EXPECT_EQ(hosttest::readText(folder.file("gone/song.tremolin")), hosttest::readText(kDemo));
+}
+
+TEST_F(EditorWindow, APanelButtonReachesTheModuleWhileThePatternPlays)
+{
+    hosttest::TempFolder folder;
+    hosttest::writeText(folder.file("song.tremolin"), hosttest::readText(kDemo));
+    hosttest::Child edit(folder, kProgram, editArgs(folder, "song.tremolin", {"--print"}));
+    const uint64_t window = editWindow(edit);
+    ASSERT_NE(window, 0u) << edit.err();
+    ASSERT_TRUE(edit.says(kFirstNote, 20)) << edit.out();
+    // "Shift Octave Up", where the module's template puts it.
+    desktop::click(window, 24 + 16, 17 + 10);
+    EXPECT_TRUE(edit.says("note C2 (48)", 20)) << "the pattern plays an octave up: " << edit.out();
+    desktop::requestClose(window);
+    ASSERT_EQ(edit.finish(30), 0) << edit.err();
+    Project saved;
+    std::string error;
+    ASSERT_TRUE(loadProjectFile(folder.file("song.tremolin"), saved, error)) << error;
+    EXPECT_EQ(saved.patterns[0].steps[0].note, demo().patterns[0].steps[0].note + 12);
+}
+
+TEST_F(EditorWindow, ConfigOpensTheControllerSetupWindowAndCancelClosesIt)
+{
+    hosttest::TempFolder folder;
+    hosttest::writeText(folder.file("song.tremolin"), hosttest::readText(kDemo));
+    hosttest::Child edit(folder, kProgram,
+                         editArgs(folder, "song.tremolin", {"--print", "--language", "de"}));
+    const uint64_t window = editWindow(edit);
+    ASSERT_NE(window, 0u) << edit.err();
+    ASSERT_TRUE(edit.says(kFirstNote, 20)) << edit.out();
+    desktop::click(window, 47 + 86 + 23, 294 + 10); // "Config"
+    const uint64_t dialog = desktop::findWindow("Controller Einstellungen", 10);
+    ASSERT_NE(dialog, 0u) << "the dialog, titled in the module's German: " << edit.err();
+    int width = 0, height = 0;
+    desktop::size(dialog, width, height);
+    EXPECT_EQ(width, 300) << "the template's two lists side by side";
+    EXPECT_EQ(height, 220 + 36) << "and the buttons below";
+    desktop::click(dialog, 220 + 36, 227 + 11); // Cancel
+    for (int attempt = 0; attempt < 100 && desktop::findWindow("Controller Einstellungen", 0); ++attempt)
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_EQ(desktop::findWindow("Controller Einstellungen", 0), 0u) << "Cancel closed it";
+    // The panel takes the pointer again, and the pattern still plays the first lane to 71.
+    EXPECT_TRUE(edit.says("controller 71 (", 10)) << edit.out();
+    desktop::requestClose(window);
+    ASSERT_EQ(edit.finish(30), 0) << edit.err();
+    EXPECT_EQ(hosttest::readText(folder.file("settings")).find("Controller1 = 7\n"), std::string::npos);
+}
+
+TEST_F(EditorWindow, AWiderPanelKeepsItsProjectSectionCentredAndSaveKeepsTheDemoAsAPreset)
+{
+    hosttest::TempFolder folder;
+    const std::string data = folder.file("data");
+    // Without --project the session edits the demo, which Save never overwrites.
+    hosttest::Child edit(folder, kProgram, {"edit", "--settings", folder.file("settings"), "--print"},
+                         {{"XDG_DATA_HOME", data}, {"APPDATA", data}});
+    const uint64_t window = editWindow(edit);
+    ASSERT_NE(window, 0u) << edit.err();
+    ASSERT_TRUE(edit.says(kFirstNote, 20)) << edit.out();
+    // The template's row for the section is attached left and right and centres it: 130 pixels
+    // more move the section's Save button by 65.
+    desktop::resize(window, 670 + 130, 364);
+    int width = 0, height = 0;
+    for (int attempt = 0; attempt < 50 && width != 800; ++attempt)
+    {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        desktop::size(window, width, height);
+    }
+    ASSERT_EQ(width, 800);
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    desktop::click(window, 20 + 224 + 154 + 24 + 65, 17 + 10);
+    const std::string preset = data + "/tremolin-host/presets/Project 1.tremolin";
+    EXPECT_TRUE(edit.says("Saved ", 10)) << edit.out();
+    desktop::requestClose(window);
+    ASSERT_EQ(edit.finish(30), 0) << edit.err();
+    EXPECT_EQ(hosttest::readText(preset), hosttest::readText(kDemo))
+        << "the demo as it was, in the preset folder";
 }

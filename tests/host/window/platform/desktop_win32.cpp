@@ -135,6 +135,35 @@ void typeKey(const std::string& name)
     if (const wchar_t typed = character(name)) PostMessageW(keyTarget(), WM_CHAR, typed, 1);
 }
 
+void click(uint64_t handle, int x, int y)
+{
+    HWND target = reinterpret_cast<HWND>(handle);
+    POINT at{x, y};
+    // Down to the innermost child under the point, in its own coordinates.
+    for (;;)
+    {
+        HWND child = ChildWindowFromPointEx(target, at, CWP_SKIPINVISIBLE | CWP_SKIPTRANSPARENT);
+        if (!child || child == target) break;
+        MapWindowPoints(target, child, &at, 1);
+        target = child;
+    }
+    const LPARAM where = MAKELPARAM(at.x, at.y);
+    PostMessageW(target, WM_MOUSEMOVE, 0, where);
+    PostMessageW(target, WM_LBUTTONDOWN, MK_LBUTTON, where);
+    Sleep(30);
+    PostMessageW(target, WM_LBUTTONUP, 0, where);
+}
+
+void resize(uint64_t handle, int width, int height)
+{
+    const HWND window = reinterpret_cast<HWND>(handle);
+    RECT outer{0, 0, width, height};
+    AdjustWindowRectEx(&outer, static_cast<DWORD>(GetWindowLongW(window, GWL_STYLE)), FALSE,
+                       static_cast<DWORD>(GetWindowLongW(window, GWL_EXSTYLE)));
+    SetWindowPos(window, nullptr, 0, 0, outer.right - outer.left, outer.bottom - outer.top,
+                 SWP_NOMOVE | SWP_NOZORDER);
+}
+
 void requestClose(uint64_t window)
 {
     PostMessageW(reinterpret_cast<HWND>(window), WM_CLOSE, 0, 0);

@@ -81,6 +81,29 @@ void typeKey(const std::string& name)
     XSync(display, False);
 }
 
+void click(uint64_t window, int x, int y)
+{
+    int left = 0, top = 0;
+    Window child;
+    XTranslateCoordinates(display, static_cast<Window>(window), DefaultRootWindow(display), 0, 0, &left, &top,
+                          &child);
+    XTestFakeMotionEvent(display, -1, left + x, top + y, CurrentTime);
+    XSync(display, False);
+    std::this_thread::sleep_for(std::chrono::milliseconds(30));
+    XTestFakeButtonEvent(display, 1, True, CurrentTime);
+    XSync(display, False);
+    std::this_thread::sleep_for(std::chrono::milliseconds(30));
+    XTestFakeButtonEvent(display, 1, False, CurrentTime);
+    XSync(display, False);
+}
+
+void resize(uint64_t window, int width, int height)
+{
+    XResizeWindow(display, static_cast<Window>(window), static_cast<unsigned>(width),
+                  static_cast<unsigned>(height));
+    XSync(display, False);
+}
+
 void requestClose(uint64_t window)
 {
     XEvent event{};

@@ -2,7 +2,9 @@
 
 #include "host/kit/hostcontext.h"
 #include "host/kit/hostsettings.h"
+#include "host/kit/midifile.h"
 #include "host/kit/moduleloader.h"
+#include "host/kit/platform/synth.h"
 
 #include <algorithm>
 #include <cmath>
@@ -138,4 +140,27 @@ bool renderProject(const RenderOptions& options, RenderResult& result, std::stri
     return played;
 }
 
+double audioSeconds(const std::vector<TrackEvent>& events, int32_t bars, double tempo)
+{
+    int64_t end = static_cast<int64_t>(bars) * kTicksPerBar;
+    for (const TrackEvent& event : events)
+        if (event.isNoteOn() && !event.forwarded)
+            end = std::max<int64_t>(end, static_cast<int64_t>(event.time) + std::max(event.length, 0));
+    return static_cast<double>(end) * 60.0 / (tempo * static_cast<double>(kTicksPerQuarter)) + 1.0;
+}
+
+bool renderAudio(const std::vector<TrackEvent>& events, int32_t bars, double tempo,
+                 const AudioOptions& options, std::vector<uint8_t>& wav, std::string& error)
+{
+    platform::SynthSetup setup;
+    setup.soundfont = options.soundfont.empty() ? platform::defaultSoundfont() : options.soundfont;
+    setup.program = options.program;
+    setup.sampleRate = kSampleRate;
+    std::vector<float> stereo;
+    if (!platform::synthesize(midiTimeline(events), tempo, audioSeconds(events, bars, tempo), setup, stereo,
+                              error))
+        return false;
+    wav = encodeWav(stereo, 2, kSampleRate, options.format);
+    return true;
+}
 } // namespace hostkit

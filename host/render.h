@@ -7,6 +7,7 @@
 
 #include "host/kit/hostmiditrack.h"
 #include "host/kit/transport.h"
+#include "host/kit/wavfile.h"
 #include "host/projectfile.h"
 
 #include <cstdint>
@@ -43,4 +44,20 @@ struct RenderResult
 // False with one sentence in `error` if the module can't be loaded, refuses the chunk or lacks
 // what rendering needs.
 bool renderProject(const RenderOptions& options, RenderResult& result, std::string& error);
+
+struct AudioOptions
+{
+    std::string soundfont; // empty: the system's General MIDI soundfont
+    int32_t program = 0;   // 0..127, the General MIDI instrument
+    WavFormat format = WavFormat::Pcm16;
+};
+
+// How long an audio render of the events lasts: to the end of the bars, or of the last note if
+// that rings on longer, and one second more for the last notes' release.
+double audioSeconds(const std::vector<TrackEvent>& events, int32_t bars, double tempo);
+
+// The events through a General MIDI synthesizer, as the bytes of a stereo WAV file at 44.1 kHz.
+// False with one sentence in `error` when no soundfont is found or it can't be loaded.
+bool renderAudio(const std::vector<TrackEvent>& events, int32_t bars, double tempo,
+                 const AudioOptions& options, std::vector<uint8_t>& wav, std::string& error);
 } // namespace hostkit

@@ -29,7 +29,11 @@ const char* const kUsage =
     "  tremolin-host render [--module FILE] [--project FILE] [--out FILE.mid] [--bars N]\n"
     "                       [--tempo BPM] [--pattern N] [--channel N] [--switch BAR:NOTE ...]\n"
     "                       [--settings FILE] [--print]\n"
+    "                       [--wav FILE.wav [--soundfont FILE.sf2] [--program N] [--float]]\n"
     "      plays the project (default: the demo) through the module and writes a MIDI file;\n"
+    "      --wav also plays it through a General MIDI synthesizer into a stereo 44.1 kHz WAV\n"
+    "      (16-bit, or 32-bit float with --float), with the instrument N (1 to 128, default 1,\n"
+    "      the piano) and the system's GM soundfont unless one is given (Linux build only);\n"
     "      --switch sends a note-on at the start of a bar (counted from 1), which selects a\n"
     "      pattern as on a keyboard: C1 (36) the first, C#1 the second, ...\n"
     "  tremolin-host project export CHUNKFILE TEXTFILE\n"
@@ -165,7 +169,8 @@ bool sameFile(const std::string& a, const std::string& b)
 int render(const std::vector<std::string>& args)
 {
     RenderOptions options;
-    std::string modulePath, projectPath, outPath;
+    AudioOptions audio;
+    std::string modulePath, projectPath, outPath, wavPath;
     bool print = false;
     std::vector<std::string> switchTexts;
     for (size_t i = 0; i < args.size(); ++i)
@@ -182,6 +187,14 @@ int render(const std::vector<std::string>& args)
             projectPath = value();
         else if (option == "--out")
             outPath = value();
+        else if (option == "--wav")
+            wavPath = value();
+        else if (option == "--soundfont")
+            audio.soundfont = value();
+        else if (option == "--program")
+            audio.program = static_cast<int32_t>(integerArgument(option, value(), 1, 128)) - 1;
+        else if (option == "--float")
+            audio.format = WavFormat::Float32;
         else if (option == "--settings")
             options.settingsPath = value();
         else if (option == "--bars")
@@ -205,7 +218,9 @@ int render(const std::vector<std::string>& args)
     }
     for (const std::string& text : switchTexts)
         options.switches.push_back(switchArgument(text, options.bars));
-    if (outPath.empty() && !print) throw UsageError{"render needs --out FILE.mid, --print, or both"};
+    if (outPath.empty() && wavPath.empty() && !print)
+        throw UsageError{"render needs --out FILE.mid, --wav FILE.wav, --print, or more of them"};
+    if (wavPath == "-") throw UsageError{"--wav needs a file; standard output is for --out -"};
 
     options.modulePath = modulePath.empty() ? defaultModule() : modulePath;
     if (options.modulePath.empty())
@@ -221,10 +236,16 @@ int render(const std::vector<std::string>& args)
         options.settingsPath.empty() ? HostSettings::defaultPath() : options.settingsPath;
     for (const auto& [input, what] :
          {std::pair{projectPath, "project"}, std::pair{options.modulePath, "module"},
-          std::pair{settingsPath, "settings file"}})
-        if (!toStandardOutput && sameFile(outPath, input))
-            return fail("The output '" + outPath + "' is the " + what +
-                        " this render reads; name another file.");
+          std::pair{settingsPath, "settings file"}, std::pair{audio.soundfont, "soundfont"}})
+        for (const std::string& output : {toStandardOutput ? std::string() : outPath, wavPath})
+            if (sameFile(output, input))
+                return fail("The output '" + output + "' is the " + what +
+                            " this render reads; name another file.");
+    std::error_code ignored;
+    if (!wavPath.empty() && !outPath.empty() &&
+        (sameFile(wavPath, outPath) || std::filesystem::weakly_canonical(wavPath, ignored) ==
+                                           std::filesystem::weakly_canonical(outPath, ignored)))
+        return fail("--wav and --out name the same file '" + wavPath + "'; name two files.");
 
     std::string error;
     if (!loadProjectFile(projectPath, options.project, error)) return fail(error);
@@ -236,7 +257,17 @@ int render(const std::vector<std::string>& args)
         std::fprintf(stderr, "tremolin-host: warning: the module misused %d track events.\n",
                      result.trackFaults);
 
-    // The file first: a listing cut short by a closed pipe must not cost the file.
+    // The sound before any file: a soundfont that can't be used leaves nothing behind.
+    std::vector<uint8_t> wav;
+    if (!wavPath.empty() && !renderAudio(result.events, options.bars, options.tempo, audio, wav, error))
+        return fail(error);
+
+    // The files first: a listing cut short by a closed pipe must not cost them.
+    if (!wavPath.empty())
+    {
+        const SaveOutcome saved = saveUserFile(wavPath, wav.data(), wav.size(), nullptr, false);
+        if (saved.kind != SaveOutcome::Kind::Saved) return fail(saved.sentence(wavPath));
+    }
     if (!outPath.empty())
     {
         const std::vector<uint8_t> file = writeMidiFile(midiTimeline(result.events), options.tempo);
@@ -258,6 +289,13 @@ int render(const std::vector<std::string>& args)
                       options.bars, options.tempo, static_cast<size_t>(notes),
                       result.events.size() - static_cast<size_t>(notes));
         say("Wrote " + outPath + summary);
+    }
+    if (!wavPath.empty())
+    {
+        char summary[128];
+        std::snprintf(summary, sizeof summary, ": %.1f seconds of stereo audio at 44.1 kHz.\n",
+                      audioSeconds(result.events, options.bars, options.tempo));
+        say("Wrote " + wavPath + summary);
     }
     return 0;
 }

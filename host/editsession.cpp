@@ -387,7 +387,10 @@ bool runEdit(const EditOptions& options, std::string& error)
                 console.line(eventLine(event));
         };
     }
-    LiveTransport transport(editor.effect, track, options.tempo, listener);
+    std::unique_ptr<LiveOutput> output;
+    if (options.output && !(output = platform::openMidiOutput(*options.output, error))) return false;
+    if (output) console.line("Playing into " + output->name() + ".");
+    LiveTransport transport(editor.effect, track, options.tempo, listener, output.get());
     char tempo[32];
     std::snprintf(tempo, sizeof tempo, "%g", options.tempo);
     console.line("Editing " + options.projectPath + " at " + tempo +

@@ -5,7 +5,10 @@
 // picture of the editor as it opens. Until the module's own panel exists, the host lends keys to
 // the panel's parameters.
 
+#include "host/kit/platform/midiout.h"
+
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,7 +24,8 @@ struct EditorSetup
 struct EditOptions : EditorSetup
 {
     double tempo = 120.0;
-    bool print = false; // list the events as the track sends them
+    bool print = false;                           // list the events as the track sends them
+    std::optional<platform::MidiOutSetup> output; // where the transport plays into, if anywhere
     // Off for the demo that ships with the program: it stays as it is, and the user is told how
     // to keep changes.
     bool saveOnClose = true;

@@ -9,6 +9,7 @@
 #include "host/kit/transport.h"
 #include "host/kit/wavfile.h"
 #include "host/projectfile.h"
+#include "module/effectinterfaces.h"
 
 #include <cstdint>
 #include <string>
@@ -16,6 +17,9 @@
 
 namespace hostkit
 {
+class HostContext;
+class PluginModule;
+
 struct PatternSwitch
 {
     int32_t bar = 1; // counted from 1
@@ -40,6 +44,13 @@ struct RenderResult
     int32_t trackFaults = 0;           // events the module misused
     std::vector<std::string> warnings; // sentences about settings the module can't use
 };
+
+// Makes the module's effect and readies it to play the project, as render and play do:
+// instantiate, initialize with the context, the project's chunk, and the pattern (1..200)
+// through "Pattern Select" unless it is 0. Null with one sentence in `error`; the module keeps
+// what it made either way, for its unload.
+IMidiEffect* startEffect(PluginModule& module, HostContext& context, const Project& project, int32_t pattern,
+                         std::string& error);
 
 // False with one sentence in `error` if the module can't be loaded, refuses the chunk or lacks
 // what rendering needs.

@@ -8,6 +8,7 @@
 #include "host/kit/moduleloader.h"
 #include "host/kit/platform/hostplatform.h"
 #include "host/kit/userfile.h"
+#include "host/playsession.h"
 #include "host/projectfile.h"
 #include "host/render.h"
 #include "host/trackeventtext.h"
@@ -39,9 +40,24 @@ const char* const kUsage =
     "  tremolin-host project export CHUNKFILE TEXTFILE\n"
     "  tremolin-host project import TEXTFILE CHUNKFILE\n"
     "      converts a project between the module's chunk and the text form\n"
+    "  tremolin-host play [--module FILE] [--project FILE] [--tempo BPM] [--bars N] [--pattern N]\n"
+    "                     [--channel N] [--settings FILE] [--print] OUTPUT\n"
+    "      plays the project (default: the demo) in real time into a synthesizer, for N bars\n"
+    "      or until Ctrl+C; every sounding note gets its note-off when it stops. OUTPUT is one of\n"
+    "        --jack [--connect PORT] [--follow-transport]\n"
+    "                   a JACK MIDI port, tremolin:out, connected to PORT (such as\n"
+    "                   fluidsynth:midi_00); --follow-transport plays when JACK's transport\n"
+    "                   rolls, from where it stands, at its master's tempo\n"
+    "        --alsa [--connect CLIENT:PORT]\n"
+    "                   an ALSA sequencer port, connected to CLIENT:PORT (such as 128:0)\n"
+    "        --midi-out NAME|NUMBER\n"
+    "                   a MIDI output device of Windows; --list-outputs lists them\n"
+    "  tremolin-host play --list-outputs\n"
     "  tremolin-host edit [--module FILE] [--project FILE] [--tempo BPM] [--settings FILE] [--print]\n"
+    "                     [OUTPUT]\n"
     "      opens the module's editor on the project (default: the demo) while the transport\n"
-    "      plays it in real time; --print lists the events as the track sends them. Keys:\n"
+    "      plays it in real time, into OUTPUT as for play if one is given; --print lists the\n"
+    "      events as the track sends them. Keys:\n"
     "%s"
     "      Closing saves the project in the form it had, chunk or text, if it changed; the demo\n"
     "      itself is never overwritten.\n"
@@ -341,12 +357,124 @@ int completeSetup(EditorSetup& setup)
     return 0;
 }
 
+// The live output options that play and edit share, gathered as they come.
+struct OutputChoice
+{
+    std::optional<platform::MidiOutSetup> setup;
+    std::string connect;
+    bool follow = false;
+
+    // True if args[i] (with its value) was one of them.
+    bool take(const std::vector<std::string>& args, size_t& i)
+    {
+        const std::string& option = args[i];
+        const auto choose = [&](platform::MidiOutSetup::Kind kind)
+        {
+            if (setup) throw UsageError{"choose one output: --jack, --alsa or --midi-out"};
+            setup.emplace();
+            setup->kind = kind;
+        };
+        const auto value = [&]() -> const std::string&
+        {
+            if (i + 1 >= args.size()) throw UsageError{option + " needs a value"};
+            return args[++i];
+        };
+        if (option == "--jack")
+            choose(platform::MidiOutSetup::Kind::Jack);
+        else if (option == "--alsa")
+            choose(platform::MidiOutSetup::Kind::Alsa);
+        else if (option == "--midi-out")
+        {
+            choose(platform::MidiOutSetup::Kind::System);
+            setup->device = value();
+        }
+        else if (option == "--connect")
+            connect = value();
+        else if (option == "--follow-transport")
+            follow = true;
+        else
+            return false;
+        return true;
+    }
+
+    // The setup to open, after every option has been read.
+    std::optional<platform::MidiOutSetup> finish(double tempo)
+    {
+        using Kind = platform::MidiOutSetup::Kind;
+        if (!connect.empty() && (!setup || setup->kind == Kind::System))
+            throw UsageError{"--connect goes with --jack or --alsa"};
+        if (follow && (!setup || setup->kind != Kind::Jack))
+            throw UsageError{"--follow-transport goes with --jack"};
+        if (setup)
+        {
+            setup->connect = connect;
+            setup->followTransport = follow;
+            setup->tempo = tempo;
+        }
+        return setup;
+    }
+};
+
+int listOutputs()
+{
+    std::vector<std::string> names;
+    std::string error;
+    if (!platform::listMidiOutputs(names, error)) return fail(error);
+    if (names.empty()) say("There is no MIDI output device.\n");
+    for (size_t i = 0; i < names.size(); ++i)
+        say(std::to_string(i) + "  " + names[i] + "\n");
+    return 0;
+}
+
+int play(const std::vector<std::string>& args)
+{
+    if (args.size() == 1 && args[0] == "--list-outputs") return listOutputs();
+    PlayOptions options;
+    OutputChoice output;
+    for (size_t i = 0; i < args.size(); ++i)
+    {
+        const std::string& option = args[i];
+        const auto value = [&]() -> const std::string&
+        {
+            if (i + 1 >= args.size()) throw UsageError{option + " needs a value"};
+            return args[++i];
+        };
+        if (output.take(args, i))
+            continue;
+        else if (option == "--print")
+            options.print = true;
+        else if (option == "--tempo")
+            options.tempo = tempoArgument(value());
+        else if (option == "--bars")
+            options.bars = static_cast<int32_t>(integerArgument(option, value(), 1, 10000));
+        else if (option == "--pattern")
+            options.pattern = static_cast<int32_t>(integerArgument(option, value(), 1, kProjectPatternCount));
+        else if (option == "--channel")
+            options.channel = static_cast<int32_t>(integerArgument(option, value(), 1, 16)) - 1;
+        else if (option == "--list-outputs")
+            throw UsageError{"--list-outputs stands alone: tremolin-host play --list-outputs"};
+        else
+            setupOption("play", args, i, options);
+    }
+    options.output = output.finish(options.tempo);
+    if (!options.output && !options.print)
+        throw UsageError{
+            "play needs an output: --jack, --alsa or --midi-out (or --print to list the events)"};
+    if (const int failed = completeSetup(options)) return failed;
+    std::string error;
+    if (!runPlay(options, error)) return fail(error);
+    return 0;
+}
+
 int edit(const std::vector<std::string>& args)
 {
     EditOptions options;
+    OutputChoice output;
     for (size_t i = 0; i < args.size(); ++i)
     {
-        if (args[i] == "--print")
+        if (output.take(args, i))
+            continue;
+        else if (args[i] == "--print")
             options.print = true;
         else if (args[i] == "--tempo")
         {
@@ -356,6 +484,7 @@ int edit(const std::vector<std::string>& args)
         else
             setupOption("edit", args, i, options);
     }
+    options.output = output.finish(options.tempo);
     options.saveOnClose = !options.projectPath.empty();
     if (const int failed = completeSetup(options)) return failed;
     std::string error;
@@ -421,6 +550,7 @@ int run(int argc, char** argv)
         if (command == "project") return project(args);
         if (command == "info") return info(args);
         if (command == "edit") return edit(args);
+        if (command == "play") return play(args);
         if (command == "snapshot") return snapshot(args);
         throw UsageError{"there is no command '" + command + "'"};
     }

@@ -72,6 +72,13 @@ bool LiveSchedule::insert(const LiveMessage& message)
     return true;
 }
 
+bool LiveSchedule::waiting(uint32_t sequence) const
+{
+    for (size_t i = 0; i < count; ++i)
+        if (messages[i].sequence == sequence && !messages[i].isNoteOff()) return true;
+    return false;
+}
+
 void LiveSchedule::removeFront(size_t taken)
 {
     if (taken == 0) return;

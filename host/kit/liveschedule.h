@@ -52,7 +52,7 @@ public:
     template <class Send> void takeNoteOffs(Send&& send)
     {
         for (size_t i = 0; i < count; ++i)
-            if (messages[i].isNoteOff()) send(messages[i]);
+            if (messages[i].isNoteOff() && !waiting(messages[i].sequence - 1)) send(messages[i]);
         count = 0;
     }
 
@@ -61,6 +61,9 @@ public:
 
 private:
     bool insert(const LiveMessage& message);
+    // Whether the note-on with this sequence number is still to come: its note-off then ends
+    // nothing.
+    bool waiting(uint32_t sequence) const;
     void removeFront(size_t taken);
 
     std::array<LiveMessage, kCapacity> messages{}; // sorted by tick, rank, sequence

@@ -136,6 +136,7 @@ void LiveTransport::drain(std::vector<TrackEvent>& into)
 void LiveTransport::report()
 {
     std::vector<TrackEvent> events;
+    events.reserve(kRingSize);
     std::unique_lock<std::mutex> lock(mutex);
     for (;;)
     {

@@ -161,12 +161,12 @@ TEST(LiveOutputAllocationTest, TheTransportThreadFeedingAnOutputMakesNoHeapCall)
     ScheduledOutput output;
     // A fast tempo: many blocks, and notes sounding at every moment.
     LiveTransport transport(
-        rig.effect, rig.host->track(), 600.0, [](const std::vector<TrackEvent>&) {}, &output);
+        rig.effect, rig.host->track(), 999.0, [](const std::vector<TrackEvent>&) {}, &output);
     transport.start();
     std::this_thread::sleep_for(std::chrono::milliseconds(50)); // the threads are made and running
 
     AllocationCount count;
-    for (int32_t round = 0; round < 30; ++round)
+    for (int32_t round = 0; round < 50; ++round)
     {
         rig.change(round);
         std::this_thread::sleep_for(std::chrono::milliseconds(10));

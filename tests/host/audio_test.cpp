@@ -14,6 +14,7 @@ namespace
 {
 const std::string kModule = TREMOLIN_MODULE_FILE;
 
+#ifndef _WIN32
 struct Wav
 {
     int format = 0; // 1 PCM, 3 float
@@ -82,6 +83,8 @@ Wav readWav(const std::string& path)
     }
     return wav;
 }
+
+#endif
 
 // At 120 BPM a quarter lasts half a second: a note on the first and the fifth of eight quarters,
 // each half a step long, then nothing; the pattern comes round again after four seconds.

@@ -15,6 +15,7 @@
 #include <array>
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <thread>
 
 namespace
@@ -120,6 +121,29 @@ hostkit::RenderResult rendered(int bars)
     EXPECT_TRUE(hostkit::renderProject(options, result, error)) << error;
     return result;
 }
+// The notes that sound after what was heard: note-ons less note-offs, never below 0 on the way.
+int sounding(const std::vector<Heard>& heard)
+{
+    int count = 0;
+    for (size_t i = 0; i < heard.size(); ++i)
+    {
+        count += (heard[i].status & 0xF0) == 0x90 ? 1 : ((heard[i].status & 0xF0) == 0x80 ? -1 : 0);
+        EXPECT_GE(count, 0) << "a note-off of no note at " << i;
+    }
+    return count;
+}
+
+bool waitFor(const std::function<bool()>& done)
+{
+    const auto start = std::chrono::steady_clock::now();
+    while (!done())
+    {
+        if (std::chrono::steady_clock::now() - start > std::chrono::seconds(10)) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return true;
+}
+
 } // namespace
 
 TEST(PlayJack, TwoBarsOfTheDemoArriveAsRenderedAndSpacedWithinAPeriod)
@@ -212,14 +236,7 @@ TEST(PlayJack, AHangUpEndsEverySoundingNoteAndAMissingPortIsOneSentence)
     EXPECT_NE(player.out().find("every note has ended"), std::string::npos) << player.out();
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     const std::vector<Heard> heard = rig.heard();
-    int sounding = 0;
-    for (const Heard& h : heard)
-    {
-        sounding += (h.status & 0xF0) == 0x90 ? 1 : -1;
-        EXPECT_GE(sounding, 0);
-        EXPECT_LE(sounding, 1);
-    }
-    EXPECT_EQ(sounding, 0) << "the note that sounded at the hang-up ended";
+    EXPECT_EQ(sounding(heard), 0) << "the note that sounded at the hang-up ended";
     ASSERT_FALSE(heard.empty());
     EXPECT_EQ(heard.back().status, 0x80);
 
@@ -232,6 +249,53 @@ TEST(PlayJack, AHangUpEndsEverySoundingNoteAndAMissingPortIsOneSentence)
     EXPECT_EQ(
         missing.err,
         "tremolin-host: There is no JACK MIDI input 'nobody:in' to connect to; jack_lsp lists the ports.\n");
+}
+
+TEST(PlayJack, FollowingTheTransportPlaysWhileItRollsFromWhereItStands)
+{
+    hosttest::TempFolder folder;
+    JackRig rig(folder);
+    ASSERT_TRUE(rig.ready()) << "jackd -d dummy did not start";
+    jack_transport_stop(rig.client);
+    jack_transport_locate(rig.client, 0);
+    hosttest::Child player(folder, TREMOLIN_HOST_PROGRAM,
+                           {"play", "--module", kModule, "--project", kDemo, "--settings", "settings",
+                            "--jack", "--connect", "listener:in", "--follow-transport"},
+                           rig.environment());
+    ASSERT_TRUE(player.says("when JACK's transport rolls", 10.0)) << player.err();
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    EXPECT_TRUE(rig.heard().empty()) << "nothing plays before the transport rolls";
+
+    // Rolling from frame 0: the demo from its first note.
+    jack_transport_start(rig.client);
+    ASSERT_TRUE(waitFor([&] { return rig.noteOns() >= 3; })) << player.err();
+    const Heard first = rig.heard().front();
+    EXPECT_EQ(first.status, 0x90);
+    EXPECT_EQ(first.data1, 36);
+    EXPECT_EQ(first.data2, 120);
+
+    // Stopped: the notes end, and nothing more comes.
+    jack_transport_stop(rig.client);
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    const size_t atStop = rig.heard().size();
+    EXPECT_EQ(sounding(rig.heard()), 0);
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    EXPECT_EQ(rig.heard().size(), atStop);
+
+    // Moved to tick 700 (50 frames a tick): the next step on the sixteenths' grid, at 720, is the
+    // D#1 of velocity 100, twenty ticks after the transport rolls.
+    jack_transport_locate(rig.client, 700 * 50);
+    jack_transport_start(rig.client);
+    ASSERT_TRUE(waitFor([&] { return rig.heard().size() > atStop + 2; })) << player.err();
+    const Heard after = rig.heard()[atStop];
+    EXPECT_EQ(after.status, 0x90);
+    EXPECT_EQ(after.data1, 39);
+    EXPECT_EQ(after.data2, 100);
+
+    ASSERT_TRUE(player.hangUp());
+    EXPECT_EQ(player.finish(10.0), 0) << player.err();
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_EQ(sounding(rig.heard()), 0);
 }
 
 TEST(PlayJack, WithoutAServerSaysSoInOneSentence)

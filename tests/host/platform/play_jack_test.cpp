@@ -285,6 +285,7 @@ TEST(PlayJack, FollowingTheTransportPlaysWhileItRollsFromWhereItStands)
     // Moved to tick 700 (50 frames a tick): the next step on the sixteenths' grid, at 720, is the
     // D#1 of velocity 100, twenty ticks after the transport rolls.
     jack_transport_locate(rig.client, 700 * 50);
+    std::this_thread::sleep_for(std::chrono::milliseconds(100)); // the move is made before the start
     jack_transport_start(rig.client);
     ASSERT_TRUE(waitFor([&] { return rig.heard().size() > atStop + 2; })) << player.err();
     const Heard after = rig.heard()[atStop];

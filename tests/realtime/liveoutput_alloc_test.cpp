@@ -10,7 +10,18 @@
 #include <array>
 #include <chrono>
 #include <filesystem>
+#include <random>
 #include <thread>
+
+#ifndef _WIN32
+#include "host/kit/platform/midiout.h"
+
+#include <csignal>
+#include <spawn.h>
+#include <sys/wait.h>
+
+extern char** environ;
+#endif
 
 using namespace hostkit;
 
@@ -179,4 +190,92 @@ TEST(LiveOutputAllocationTest, TheTransportThreadFeedingAnOutputMakesNoHeapCall)
     EXPECT_EQ(output.ons.load(), output.offs.load()) << "every note ended at the stop";
     EXPECT_EQ(output.schedule.dropped(), 0);
 }
+#ifndef _WIN32
+// The real JACK client on a dummy server of the test's own: every heap call on the server's
+// real-time thread counts, from the process callback's first call into the transport on, through
+// a run with pattern switches and parameter changes and the stop that ends the notes.
+class WatchedSource final : public TickSource
+{
+public:
+    explicit WatchedSource(LiveTransport& transport) : transport(transport) {}
+    void locate(int32_t tick) override
+    {
+        AllocationCount::watchThisThread();
+        transport.locate(tick);
+    }
+    void play(int32_t from, int32_t to, std::vector<TrackEvent>& events) override
+    {
+        AllocationCount::watchThisThread();
+        transport.play(from, to, events);
+        played.fetch_add(static_cast<int64_t>(events.size()));
+        periods.fetch_add(1);
+    }
+    LiveTransport& transport;
+    std::atomic<int64_t> periods{0}, played{0};
+};
+
+class DummyJack
+{
+public:
+    DummyJack() : name("tremolin-alloc-" + std::to_string(std::random_device{}()))
+    {
+        setenv("JACK_DEFAULT_SERVER", name.c_str(), 1);
+        std::vector<std::string> words = {"jackd", "-n", name, "-d", "dummy", "-r", "48000", "-p", "256"};
+        std::vector<char*> argv;
+        for (std::string& word : words)
+            argv.push_back(word.data());
+        argv.push_back(nullptr);
+        if (posix_spawnp(&pid, "jackd", nullptr, nullptr, argv.data(), environ) != 0) pid = 0;
+    }
+    ~DummyJack()
+    {
+        if (pid > 0)
+        {
+            kill(pid, SIGTERM);
+            int status = 0;
+            waitpid(pid, &status, 0);
+        }
+        unsetenv("JACK_DEFAULT_SERVER");
+    }
+    std::string name;
+    pid_t pid = 0;
+};
+
+TEST(LiveOutputAllocationTest, TheJackClientsRealTimeThreadMakesNoHeapCall)
+{
+    DummyJack server;
+    ASSERT_GT(server.pid, 0) << "jackd could not be started";
+    LiveRig rig;
+    LiveTransport transport(rig.effect, rig.host->track(), 999.0);
+    WatchedSource source(transport);
+    platform::MidiOutSetup setup;
+    setup.clientName = "tremolin-alloc";
+    setup.tempo = 999.0;
+    std::unique_ptr<LiveOutput> output;
+    std::string error;
+    for (int tries = 0; tries < 100 && !output; ++tries)
+        if (!(output = platform::openMidiOutput(setup, error)))
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    ASSERT_TRUE(output) << error;
+    output->start(source);
+    for (int tries = 0; tries < 200 && source.periods.load() < 10; ++tries)
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    ASSERT_GE(source.periods.load(), 10) << "the callback did not run";
+
+    AllocationCount count(AllocationCount::Threads::Watched);
+    const int64_t before = source.periods.load();
+    for (int32_t round = 0; round < 40; ++round)
+    {
+        rig.change(round);
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    output->stop();
+    const int64_t calls = count.stop();
+
+    EXPECT_EQ(calls, 0) << (AllocationCount::seesMalloc() ? "heap calls" : "operator new calls");
+    EXPECT_GT(source.periods.load() - before, 20) << "periods ran while counting";
+    EXPECT_GT(source.played.load(), 20) << "it played";
+    output.reset();
+}
+#endif
 } // namespace

@@ -67,13 +67,19 @@ public:
     bool ready() const { return client && port; }
     std::vector<Heard> heard() const
     {
-        return std::vector<Heard>(log.begin(), log.begin() + static_cast<std::ptrdiff_t>(count.load()));
+        const size_t heardCount = count.load(std::memory_order_acquire);
+        std::vector<Heard> copy;
+        copy.reserve(heardCount);
+        for (size_t i = 0; i < heardCount; ++i)
+            copy.push_back(log[i]);
+        return copy;
     }
     int noteOns() const
     {
         int ons = 0;
-        for (const Heard& h : heard())
-            ons += (h.status & 0xF0) == 0x90 && h.data2 > 0;
+        const size_t heardCount = count.load(std::memory_order_acquire);
+        for (size_t i = 0; i < heardCount; ++i)
+            ons += (log[i].status & 0xF0) == 0x90 && log[i].data2 > 0;
         return ons;
     }
     std::vector<hosttest::EnvChange> environment() const { return {{"JACK_DEFAULT_SERVER", name}}; }

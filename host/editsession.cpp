@@ -644,7 +644,10 @@ bool runEdit(const EditOptions& options, std::string& error)
                 console.line(eventLine(event));
         };
     }
-    LiveTransport transport(editor.effect, track, options.tempo, listener);
+    std::unique_ptr<LiveOutput> output;
+    if (options.output && !(output = platform::openMidiOutput(*options.output, error))) return false;
+    if (output) console.line("Playing into " + output->name() + ".");
+    LiveTransport transport(editor.effect, track, options.tempo, listener, output.get());
     std::vector<std::pair<int32_t, int32_t>> notes;
     for (const auto& [bar, note] : options.incomingNotes)
         notes.emplace_back((bar - 1) * kTicksPerBar, note);

@@ -6,7 +6,10 @@
 // from the module's template with the module's sequencer view inside; the host's keys stay as
 // shortcuts for the panel's parameters.
 
+#include "host/kit/platform/midiout.h"
+
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -24,7 +27,8 @@ struct EditorSetup
 struct EditOptions : EditorSetup
 {
     double tempo = 120.0;
-    bool print = false; // list the events as the track sends them
+    bool print = false;                           // list the events as the track sends them
+    std::optional<platform::MidiOutSetup> output; // where the transport plays into, if anywhere
     // Off for the demo that ships with the program: it stays as it is, and the user is told how
     // to keep changes.
     bool saveOnClose = true;

@@ -2,7 +2,9 @@
 
 #include "host/kit/hostcontext.h"
 #include "host/kit/hostsettings.h"
+#include "host/kit/midifile.h"
 #include "host/kit/moduleloader.h"
+#include "host/kit/platform/synth.h"
 
 #include <algorithm>
 #include <cmath>
@@ -36,30 +38,30 @@ void checkControllerSettings(const std::string& path, std::vector<std::string>& 
     settings->release();
 }
 
-// Everything between loading and unloading; the caller unloads whatever happens here.
-bool play(PluginModule& module, HostContext& context, const RenderOptions& options, RenderResult& result,
-          std::string& error)
+} // namespace
+
+IMidiEffect* startEffect(PluginModule& module, HostContext& context, const Project& project, int32_t pattern,
+                         std::string& error)
 {
-    HostMidiTrack& track = context.track();
     IMidiEffect* effect = module.instantiate(kMidiSeqClassId, error);
-    if (!effect || !module.initialize(effect, static_cast<IHostContext*>(&context), error)) return false;
+    if (!effect || !module.initialize(effect, static_cast<IHostContext*>(&context), error)) return nullptr;
 
     {
         Counted<IPersistentChunk> chunk{queryFace<IPersistentChunk>(effect)};
         if (!chunk.object)
         {
             error = "The module's effect can't take a project: it has no state chunk.";
-            return false;
+            return nullptr;
         }
-        const std::vector<uint8_t> bytes = encodeChunk(options.project);
+        const std::vector<uint8_t> bytes = encodeChunk(project);
         if (chunk.object->setChunk(bytes.data(), static_cast<int32_t>(bytes.size())) != kResultOk)
         {
             error = "The module refused the project's chunk.";
-            return false;
+            return nullptr;
         }
     }
 
-    if (options.pattern != 0)
+    if (pattern != 0)
     {
         Counted<IPlugController> controller{queryFace<IPlugController>(effect)};
         IHostValue* select = nullptr;
@@ -67,10 +69,22 @@ bool play(PluginModule& module, HostContext& context, const RenderOptions& optio
             !select)
         {
             error = "The module's effect has no \"Pattern Select\" parameter.";
-            return false;
+            return nullptr;
         }
-        select->setInt(options.pattern);
+        select->setInt(pattern);
     }
+    return effect;
+}
+
+namespace
+{
+// Everything between loading and unloading; the caller unloads whatever happens here.
+bool play(PluginModule& module, HostContext& context, const RenderOptions& options, RenderResult& result,
+          std::string& error)
+{
+    HostMidiTrack& track = context.track();
+    IMidiEffect* effect = startEffect(module, context, options.project, options.pattern, error);
+    if (!effect) return false;
 
     effect->reposition(0);
 
@@ -138,4 +152,27 @@ bool renderProject(const RenderOptions& options, RenderResult& result, std::stri
     return played;
 }
 
+double audioSeconds(const std::vector<TrackEvent>& events, int32_t bars, double tempo)
+{
+    int64_t end = static_cast<int64_t>(bars) * kTicksPerBar;
+    for (const TrackEvent& event : events)
+        if (event.isNoteOn() && !event.forwarded)
+            end = std::max<int64_t>(end, static_cast<int64_t>(event.time) + std::max(event.length, 0));
+    return static_cast<double>(end) * 60.0 / (tempo * static_cast<double>(kTicksPerQuarter)) + 1.0;
+}
+
+bool renderAudio(const std::vector<TrackEvent>& events, int32_t bars, double tempo,
+                 const AudioOptions& options, std::vector<uint8_t>& wav, std::string& error)
+{
+    platform::SynthSetup setup;
+    setup.soundfont = options.soundfont.empty() ? platform::defaultSoundfont() : options.soundfont;
+    setup.program = options.program;
+    setup.sampleRate = kSampleRate;
+    std::vector<float> stereo;
+    if (!platform::synthesize(midiTimeline(events), tempo, audioSeconds(events, bars, tempo), setup, stereo,
+                              error))
+        return false;
+    wav = encodeWav(stereo, 2, kSampleRate, options.format);
+    return true;
+}
 } // namespace hostkit

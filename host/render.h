@@ -7,7 +7,9 @@
 
 #include "host/kit/hostmiditrack.h"
 #include "host/kit/transport.h"
+#include "host/kit/wavfile.h"
 #include "host/projectfile.h"
+#include "module/effectinterfaces.h"
 
 #include <cstdint>
 #include <string>
@@ -15,6 +17,9 @@
 
 namespace hostkit
 {
+class HostContext;
+class PluginModule;
+
 struct PatternSwitch
 {
     int32_t bar = 1; // counted from 1
@@ -40,7 +45,30 @@ struct RenderResult
     std::vector<std::string> warnings; // sentences about settings the module can't use
 };
 
+// Makes the module's effect and readies it to play the project, as render and play do:
+// instantiate, initialize with the context, the project's chunk, and the pattern (1..200)
+// through "Pattern Select" unless it is 0. Null with one sentence in `error`; the module keeps
+// what it made either way, for its unload.
+IMidiEffect* startEffect(PluginModule& module, HostContext& context, const Project& project, int32_t pattern,
+                         std::string& error);
+
 // False with one sentence in `error` if the module can't be loaded, refuses the chunk or lacks
 // what rendering needs.
 bool renderProject(const RenderOptions& options, RenderResult& result, std::string& error);
+
+struct AudioOptions
+{
+    std::string soundfont; // empty: the system's General MIDI soundfont
+    int32_t program = 0;   // 0..127, the General MIDI instrument
+    WavFormat format = WavFormat::Pcm16;
+};
+
+// How long an audio render of the events lasts: to the end of the bars, or of the last note if
+// that rings on longer, and one second more for the last notes' release.
+double audioSeconds(const std::vector<TrackEvent>& events, int32_t bars, double tempo);
+
+// The events through a General MIDI synthesizer, as the bytes of a stereo WAV file at 44.1 kHz.
+// False with one sentence in `error` when no soundfont is found or it can't be loaded.
+bool renderAudio(const std::vector<TrackEvent>& events, int32_t bars, double tempo,
+                 const AudioOptions& options, std::vector<uint8_t>& wav, std::string& error);
 } // namespace hostkit

@@ -8,6 +8,7 @@
 #include "host/kit/moduleloader.h"
 #include "host/kit/platform/hostplatform.h"
 #include "host/kit/userfile.h"
+#include "host/playsession.h"
 #include "host/projectfile.h"
 #include "host/render.h"
 #include "host/trackeventtext.h"
@@ -29,18 +30,36 @@ const char* const kUsage =
     "  tremolin-host render [--module FILE] [--project FILE] [--out FILE.mid] [--bars N]\n"
     "                       [--tempo BPM] [--pattern N] [--channel N] [--switch BAR:NOTE ...]\n"
     "                       [--settings FILE] [--print]\n"
+    "                       [--wav FILE.wav [--soundfont FILE.sf2] [--program N] [--float]]\n"
     "      plays the project (default: the demo) through the module and writes a MIDI file;\n"
+    "      --wav also plays it through a General MIDI synthesizer into a stereo 44.1 kHz WAV\n"
+    "      (16-bit, or 32-bit float with --float), with the instrument N (1 to 128, default 1,\n"
+    "      the piano) and the system's GM soundfont unless one is given (Linux build only);\n"
     "      --switch sends a note-on at the start of a bar (counted from 1), which selects a\n"
     "      pattern as on a keyboard: C1 (36) the first, C#1 the second, ...\n"
     "  tremolin-host project export CHUNKFILE TEXTFILE\n"
     "  tremolin-host project import TEXTFILE CHUNKFILE\n"
     "      converts a project between the module's chunk and the text form\n"
+    "  tremolin-host play [--module FILE] [--project FILE] [--tempo BPM] [--bars N] [--pattern N]\n"
+    "                     [--channel N] [--settings FILE] [--print] OUTPUT\n"
+    "      plays the project (default: the demo) in real time into a synthesizer, for N bars\n"
+    "      or until Ctrl+C; every sounding note gets its note-off when it stops. OUTPUT is one of\n"
+    "        --jack [--connect PORT] [--follow-transport]\n"
+    "                   a JACK MIDI port, tremolin:out, connected to PORT (such as\n"
+    "                   fluidsynth:midi_00); --follow-transport plays when JACK's transport\n"
+    "                   rolls, from where it stands, at its master's tempo\n"
+    "        --alsa [--connect CLIENT:PORT]\n"
+    "                   an ALSA sequencer port, connected to CLIENT:PORT (such as 128:0)\n"
+    "        --midi-out NAME|NUMBER\n"
+    "                   a MIDI output device of Windows; --list-outputs lists them\n"
+    "  tremolin-host play --list-outputs\n"
     "  tremolin-host edit [--module FILE] [--project FILE] [--tempo BPM] [--settings FILE] [--print]\n"
-    "                     [--language KEY] [--switch BAR:NOTE ...]\n"
+    "                     [--language KEY] [--switch BAR:NOTE ...] [OUTPUT]\n"
     "      opens the module's panel on the project (default: the demo) while the transport\n"
-    "      plays it in real time; --print lists the events as the track sends them; --language\n"
-    "      picks the module's texts (us, de); --switch plays a note-on as render's does. The\n"
-    "      panel's controls work with the pointer; these keys stay as shortcuts:\n"
+    "      plays it in real time, into OUTPUT as for play if one is given; --print lists the\n"
+    "      events as the track sends them; --language picks the module's texts (us, de);\n"
+    "      --switch plays a note-on as render's does. The panel's controls work with the\n"
+    "      pointer; these keys stay as shortcuts:\n"
     "%s"
     "      Closing saves the project in the form it had, chunk or text, if it changed; the demo\n"
     "      itself is never overwritten.\n"
@@ -169,7 +188,8 @@ bool sameFile(const std::string& a, const std::string& b)
 int render(const std::vector<std::string>& args)
 {
     RenderOptions options;
-    std::string modulePath, projectPath, outPath;
+    AudioOptions audio;
+    std::string modulePath, projectPath, outPath, wavPath;
     bool print = false;
     std::vector<std::string> switchTexts;
     for (size_t i = 0; i < args.size(); ++i)
@@ -186,6 +206,14 @@ int render(const std::vector<std::string>& args)
             projectPath = value();
         else if (option == "--out")
             outPath = value();
+        else if (option == "--wav")
+            wavPath = value();
+        else if (option == "--soundfont")
+            audio.soundfont = value();
+        else if (option == "--program")
+            audio.program = static_cast<int32_t>(integerArgument(option, value(), 1, 128)) - 1;
+        else if (option == "--float")
+            audio.format = WavFormat::Float32;
         else if (option == "--settings")
             options.settingsPath = value();
         else if (option == "--bars")
@@ -209,7 +237,9 @@ int render(const std::vector<std::string>& args)
     }
     for (const std::string& text : switchTexts)
         options.switches.push_back(switchArgument(text, options.bars));
-    if (outPath.empty() && !print) throw UsageError{"render needs --out FILE.mid, --print, or both"};
+    if (outPath.empty() && wavPath.empty() && !print)
+        throw UsageError{"render needs --out FILE.mid, --wav FILE.wav, --print, or more of them"};
+    if (wavPath == "-") throw UsageError{"--wav needs a file; standard output is for --out -"};
 
     options.modulePath = modulePath.empty() ? defaultModule() : modulePath;
     if (options.modulePath.empty())
@@ -225,10 +255,16 @@ int render(const std::vector<std::string>& args)
         options.settingsPath.empty() ? HostSettings::defaultPath() : options.settingsPath;
     for (const auto& [input, what] :
          {std::pair{projectPath, "project"}, std::pair{options.modulePath, "module"},
-          std::pair{settingsPath, "settings file"}})
-        if (!toStandardOutput && sameFile(outPath, input))
-            return fail("The output '" + outPath + "' is the " + what +
-                        " this render reads; name another file.");
+          std::pair{settingsPath, "settings file"}, std::pair{audio.soundfont, "soundfont"}})
+        for (const std::string& output : {toStandardOutput ? std::string() : outPath, wavPath})
+            if (sameFile(output, input))
+                return fail("The output '" + output + "' is the " + what +
+                            " this render reads; name another file.");
+    std::error_code ignored;
+    if (!wavPath.empty() && !outPath.empty() &&
+        (sameFile(wavPath, outPath) || std::filesystem::weakly_canonical(wavPath, ignored) ==
+                                           std::filesystem::weakly_canonical(outPath, ignored)))
+        return fail("--wav and --out name the same file '" + wavPath + "'; name two files.");
 
     std::string error;
     if (!loadProjectFile(projectPath, options.project, error)) return fail(error);
@@ -240,7 +276,17 @@ int render(const std::vector<std::string>& args)
         std::fprintf(stderr, "tremolin-host: warning: the module misused %d track events.\n",
                      result.trackFaults);
 
-    // The file first: a listing cut short by a closed pipe must not cost the file.
+    // The sound before any file: a soundfont that can't be used leaves nothing behind.
+    std::vector<uint8_t> wav;
+    if (!wavPath.empty() && !renderAudio(result.events, options.bars, options.tempo, audio, wav, error))
+        return fail(error);
+
+    // The files first: a listing cut short by a closed pipe must not cost them.
+    if (!wavPath.empty())
+    {
+        const SaveOutcome saved = saveUserFile(wavPath, wav.data(), wav.size(), nullptr, false);
+        if (saved.kind != SaveOutcome::Kind::Saved) return fail(saved.sentence(wavPath));
+    }
     if (!outPath.empty())
     {
         const std::vector<uint8_t> file = writeMidiFile(midiTimeline(result.events), options.tempo);
@@ -262,6 +308,13 @@ int render(const std::vector<std::string>& args)
                       options.bars, options.tempo, static_cast<size_t>(notes),
                       result.events.size() - static_cast<size_t>(notes));
         say("Wrote " + outPath + summary);
+    }
+    if (!wavPath.empty())
+    {
+        char summary[128];
+        std::snprintf(summary, sizeof summary, ": %.1f seconds of stereo audio at 44.1 kHz.\n",
+                      audioSeconds(result.events, options.bars, options.tempo));
+        say("Wrote " + wavPath + summary);
     }
     return 0;
 }
@@ -308,12 +361,124 @@ int completeSetup(EditorSetup& setup)
     return 0;
 }
 
+// The live output options that play and edit share, gathered as they come.
+struct OutputChoice
+{
+    std::optional<platform::MidiOutSetup> setup;
+    std::string connect;
+    bool follow = false;
+
+    // True if args[i] (with its value) was one of them.
+    bool take(const std::vector<std::string>& args, size_t& i)
+    {
+        const std::string& option = args[i];
+        const auto choose = [&](platform::MidiOutSetup::Kind kind)
+        {
+            if (setup) throw UsageError{"choose one output: --jack, --alsa or --midi-out"};
+            setup.emplace();
+            setup->kind = kind;
+        };
+        const auto value = [&]() -> const std::string&
+        {
+            if (i + 1 >= args.size()) throw UsageError{option + " needs a value"};
+            return args[++i];
+        };
+        if (option == "--jack")
+            choose(platform::MidiOutSetup::Kind::Jack);
+        else if (option == "--alsa")
+            choose(platform::MidiOutSetup::Kind::Alsa);
+        else if (option == "--midi-out")
+        {
+            choose(platform::MidiOutSetup::Kind::System);
+            setup->device = value();
+        }
+        else if (option == "--connect")
+            connect = value();
+        else if (option == "--follow-transport")
+            follow = true;
+        else
+            return false;
+        return true;
+    }
+
+    // The setup to open, after every option has been read.
+    std::optional<platform::MidiOutSetup> finish(double tempo)
+    {
+        using Kind = platform::MidiOutSetup::Kind;
+        if (!connect.empty() && (!setup || setup->kind == Kind::System))
+            throw UsageError{"--connect goes with --jack or --alsa"};
+        if (follow && (!setup || setup->kind != Kind::Jack))
+            throw UsageError{"--follow-transport goes with --jack"};
+        if (setup)
+        {
+            setup->connect = connect;
+            setup->followTransport = follow;
+            setup->tempo = tempo;
+        }
+        return setup;
+    }
+};
+
+int listOutputs()
+{
+    std::vector<std::string> names;
+    std::string error;
+    if (!platform::listMidiOutputs(names, error)) return fail(error);
+    if (names.empty()) say("There is no MIDI output device.\n");
+    for (size_t i = 0; i < names.size(); ++i)
+        say(std::to_string(i) + "  " + names[i] + "\n");
+    return 0;
+}
+
+int play(const std::vector<std::string>& args)
+{
+    if (args.size() == 1 && args[0] == "--list-outputs") return listOutputs();
+    PlayOptions options;
+    OutputChoice output;
+    for (size_t i = 0; i < args.size(); ++i)
+    {
+        const std::string& option = args[i];
+        const auto value = [&]() -> const std::string&
+        {
+            if (i + 1 >= args.size()) throw UsageError{option + " needs a value"};
+            return args[++i];
+        };
+        if (output.take(args, i))
+            continue;
+        else if (option == "--print")
+            options.print = true;
+        else if (option == "--tempo")
+            options.tempo = tempoArgument(value());
+        else if (option == "--bars")
+            options.bars = static_cast<int32_t>(integerArgument(option, value(), 1, 10000));
+        else if (option == "--pattern")
+            options.pattern = static_cast<int32_t>(integerArgument(option, value(), 1, kProjectPatternCount));
+        else if (option == "--channel")
+            options.channel = static_cast<int32_t>(integerArgument(option, value(), 1, 16)) - 1;
+        else if (option == "--list-outputs")
+            throw UsageError{"--list-outputs stands alone: tremolin-host play --list-outputs"};
+        else
+            setupOption("play", args, i, options);
+    }
+    options.output = output.finish(options.tempo);
+    if (!options.output && !options.print)
+        throw UsageError{
+            "play needs an output: --jack, --alsa or --midi-out (or --print to list the events)"};
+    if (const int failed = completeSetup(options)) return failed;
+    std::string error;
+    if (!runPlay(options, error)) return fail(error);
+    return 0;
+}
+
 int edit(const std::vector<std::string>& args)
 {
     EditOptions options;
+    OutputChoice output;
     for (size_t i = 0; i < args.size(); ++i)
     {
-        if (args[i] == "--print")
+        if (output.take(args, i))
+            continue;
+        else if (args[i] == "--print")
             options.print = true;
         else if (args[i] == "--tempo")
         {
@@ -329,6 +494,7 @@ int edit(const std::vector<std::string>& args)
         else
             setupOption("edit", args, i, options);
     }
+    options.output = output.finish(options.tempo);
     options.saveOnClose = !options.projectPath.empty();
     options.demoPath = defaultProject();
     if (const int failed = completeSetup(options)) return failed;
@@ -396,6 +562,7 @@ int run(int argc, char** argv)
         if (command == "project") return project(args);
         if (command == "info") return info(args);
         if (command == "edit") return edit(args);
+        if (command == "play") return play(args);
         if (command == "snapshot") return snapshot(args);
         throw UsageError{"there is no command '" + command + "'"};
     }

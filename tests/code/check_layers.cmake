@@ -41,7 +41,7 @@ file(GLOB_RECURSE sources RELATIVE ${SOURCE_DIR}
      ${SOURCE_DIR}/midiplugs/*.cpp ${SOURCE_DIR}/host/*.h ${SOURCE_DIR}/host/*.cpp
      ${SOURCE_DIR}/lv2/*.h ${SOURCE_DIR}/lv2/*.cpp ${SOURCE_DIR}/tools/*.h ${SOURCE_DIR}/tools/*.cpp)
 
-set(platform_headers "<(windows\\.h|gdiplus|ole2\\.h|objidl\\.h|shlobj\\.h|X11/|cairo|pthread\\.h|dlfcn\\.h|unistd\\.h)")
+set(platform_headers "<(windows\\.h|gdiplus|ole2\\.h|objidl\\.h|shlobj\\.h|X11/|cairo|pthread\\.h|dlfcn\\.h|unistd\\.h|mmsystem\\.h|fluidsynth|jack/|alsa/)")
 set(faults 0)
 foreach(source IN LISTS sources)
   set(allowed "")

@@ -32,6 +32,18 @@ TEST(EditCommand, CommandLinesThatCantBeFollowedAreUsageErrors)
     const auto badTempo = hosttest::runProgram(folder, kProgram, {"edit", "--tempo", "1000"});
     EXPECT_EQ(badTempo.exitCode, 2);
     EXPECT_NE(badTempo.err.find("--tempo takes beats per minute from 20 to 999"), std::string::npos);
+    // The live outputs that edit and play share.
+    for (const auto& [args, sentence] : std::vector<std::pair<std::vector<std::string>, std::string>>{
+             {{"edit", "--jack", "--alsa"}, "choose one output"},
+             {{"play", "--connect", "x:in", "--print"}, "--connect goes with --jack or --alsa"},
+             {{"edit", "--alsa", "--follow-transport"}, "--follow-transport goes with --jack"},
+             {{"play", "--bars", "2"}, "play needs an output"},
+             {{"play", "--jack", "--list-outputs"}, "--list-outputs stands alone"}})
+    {
+        const auto refused = hosttest::runProgram(folder, kProgram, args);
+        EXPECT_EQ(refused.exitCode, 2) << args[1];
+        EXPECT_NE(refused.err.find(sentence), std::string::npos) << refused.err;
+    }
     EXPECT_TRUE(folder.names().empty()) << "nothing written";
 }
 

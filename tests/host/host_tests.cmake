@@ -8,7 +8,12 @@ set(host_test_process_sources ${host_test_folder}/process.cpp
                               ${host_test_folder}/platform/process_${TREMOLIN_PLATFORM}.cpp)
 set(host_test_platform_globs ${host_test_folder}/platform/*_${TREMOLIN_PLATFORM}_test.cpp)
 if(NOT WIN32)
-  list(APPEND host_test_platform_globs ${host_test_folder}/platform/*_x11_test.cpp)
+  # And the live outputs through JACK and the ALSA sequencer, heard by clients of the tests' own.
+  list(APPEND host_test_platform_globs ${host_test_folder}/platform/*_x11_test.cpp
+       ${host_test_folder}/platform/*_jack_test.cpp ${host_test_folder}/platform/*_alsa_test.cpp)
+  find_package(PkgConfig REQUIRED)
+  pkg_check_modules(HOST_TEST_SOUND REQUIRED IMPORTED_TARGET jack alsa)
+  target_link_libraries(host_tests PRIVATE PkgConfig::HOST_TEST_SOUND)
 endif()
 file(GLOB host_test_platform_sources CONFIGURE_DEPENDS ${host_test_platform_globs})
 target_sources(host_tests PRIVATE ${host_test_platform_sources}

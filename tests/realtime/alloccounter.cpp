@@ -21,11 +21,14 @@ extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*)(const volatile
 namespace
 {
 std::atomic<bool> counting{false};
+std::atomic<bool> watchedOnly{false};
 std::atomic<int64_t> calls{0};
+thread_local bool watched = false; // plain data: no constructor, no heap call on first use
 
 void seen()
 {
-    if (counting.load(std::memory_order_relaxed)) calls.fetch_add(1, std::memory_order_relaxed);
+    if (counting.load(std::memory_order_relaxed) && (!watchedOnly.load(std::memory_order_relaxed) || watched))
+        calls.fetch_add(1, std::memory_order_relaxed);
 }
 
 void* allocate(std::size_t size)
@@ -135,15 +138,21 @@ void operator delete[](void* p, std::size_t) noexcept
     release(p);
 }
 
-AllocationCount::AllocationCount()
+AllocationCount::AllocationCount(Threads threads)
 {
     calls = 0;
+    watchedOnly = threads == Threads::Watched;
     counting = true;
 }
 
 AllocationCount::~AllocationCount()
 {
     counting = false;
+}
+
+void AllocationCount::watchThisThread()
+{
+    watched = true;
 }
 
 int64_t AllocationCount::stop()

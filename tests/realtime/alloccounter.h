@@ -10,7 +10,12 @@
 class AllocationCount
 {
 public:
-    AllocationCount();
+    enum class Threads
+    {
+        All,
+        Watched // only threads that called watchThisThread: a real-time thread of a library's own
+    };
+    explicit AllocationCount(Threads threads = Threads::All);
     ~AllocationCount();
     AllocationCount(const AllocationCount&) = delete;
     AllocationCount& operator=(const AllocationCount&) = delete;
@@ -19,4 +24,6 @@ public:
     int64_t stop();
     // Whether malloc and free are seen too, not only operator new and delete.
     static bool seesMalloc();
+    // From now on this thread's heap calls count under Threads::Watched. Makes no heap call.
+    static void watchThisThread();
 };

@@ -169,7 +169,7 @@ TEST_F(EditorWindow, ArrowKeysEditWhileThePatternPlaysAndTheWindowManagersCloseS
     desktop::typeKey("Up");
     desktop::typeKey("Up");
     desktop::requestClose(window);
-    ASSERT_EQ(edit.finish(30), 0) << edit.err();
+    ASSERT_EQ(edit.finish(30), 0) << edit.err() << edit.out();
     EXPECT_NE(edit.out().find("Saved " + folder.file("song.tremolin") + " (text form)."), std::string::npos);
 
     Project saved;

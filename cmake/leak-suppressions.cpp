@@ -6,3 +6,11 @@ extern "C" __attribute__((visibility("default"), used)) const char* __lsan_defau
 {
     return "leak:libfontconfig.so\nleak:libcairo.so\nleak:libX11.so\nleak:libpixman-1.so\n";
 }
+
+// FluidSynth loads a soundfont's samples on OpenMP threads. The OpenMP runtime is not built for
+// ThreadSanitizer, which then sees neither its barriers nor its pool's hand-overs and reports the
+// memory it passes between its threads as races of the audio render's.
+extern "C" __attribute__((visibility("default"), used)) const char* __tsan_default_suppressions()
+{
+    return "race:libgomp.so\n";
+}

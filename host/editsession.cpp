@@ -11,6 +11,7 @@
 #include "host/presetsection.h"
 #include "host/projectfile.h"
 #include "host/render.h"
+#include "host/stopsignals.h"
 #include "host/templatedialogwindow.h"
 #include "host/trackeventtext.h"
 #include "module/effectinterfaces.h"
@@ -19,7 +20,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <csignal>
 #include <cstdio>
 #include <memory>
 #include <mutex>
@@ -339,44 +339,6 @@ std::string pressParameterKey(IPlugController* controller, const ParameterKey& k
     return std::string(key.parameter) + ": " + narrow(text);
 }
 
-volatile std::sig_atomic_t interrupted = 0;
-
-extern "C" void onInterrupt(int)
-{
-    interrupted = 1;
-}
-
-// Ctrl+C or a polite kill closes the editor as the window's close does, so that the work is saved.
-class InterruptGuard
-{
-public:
-    InterruptGuard()
-    {
-        interrupted = 0;
-        previousInterrupt = std::signal(SIGINT, onInterrupt);
-        previousTerminate = std::signal(SIGTERM, onInterrupt);
-#ifdef SIGHUP
-        // A closed terminal asks as politely as a kill does.
-        previousHangUp = std::signal(SIGHUP, onInterrupt);
-#endif
-    }
-    ~InterruptGuard()
-    {
-        std::signal(SIGINT, previousInterrupt);
-        std::signal(SIGTERM, previousTerminate);
-#ifdef SIGHUP
-        std::signal(SIGHUP, previousHangUp);
-#endif
-    }
-
-private:
-    void (*previousInterrupt)(int);
-    void (*previousTerminate)(int);
-#ifdef SIGHUP
-    void (*previousHangUp)(int);
-#endif
-};
-
 // Whether the picture shows one colour only within `place` (the module's view): its bare window.
 bool uniform(const platform::Picture& picture, const ModuleViewPlace& place)
 {
@@ -658,11 +620,11 @@ bool runEdit(const EditOptions& options, std::string& error)
     transport.start();
 
     {
-        InterruptGuard interrupts;
+        StopSignals interrupts;
         using Clock = std::chrono::steady_clock;
         Clock::time_point nextIdle = Clock::now();
         bool closing = false;
-        while (!closing && !interrupted)
+        while (!closing && !StopSignals::raised())
         {
             const Clock::time_point now = Clock::now();
             if (now >= nextIdle)

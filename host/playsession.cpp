@@ -6,10 +6,10 @@
 #include "host/kit/platform/hostplatform.h"
 #include "host/projectfile.h"
 #include "host/render.h"
+#include "host/stopsignals.h"
 #include "host/trackeventtext.h"
 
 #include <chrono>
-#include <csignal>
 #include <cstdio>
 #include <thread>
 
@@ -17,40 +17,6 @@ namespace hostkit
 {
 namespace
 {
-volatile std::sig_atomic_t interrupted = 0;
-
-extern "C" void onPlayInterrupt(int)
-{
-    interrupted = 1;
-}
-
-// Ctrl+C, a polite kill or a closed terminal end the playing as the last bar does: every note
-// that sounds gets its note-off before the program goes.
-class StopSignals
-{
-public:
-    StopSignals()
-    {
-        interrupted = 0;
-        previous[0] = std::signal(SIGINT, onPlayInterrupt);
-        previous[1] = std::signal(SIGTERM, onPlayInterrupt);
-#ifdef SIGHUP
-        previous[2] = std::signal(SIGHUP, onPlayInterrupt);
-#endif
-    }
-    ~StopSignals()
-    {
-        std::signal(SIGINT, previous[0]);
-        std::signal(SIGTERM, previous[1]);
-#ifdef SIGHUP
-        std::signal(SIGHUP, previous[2]);
-#endif
-    }
-
-private:
-    void (*previous[3])(int) = {};
-};
-
 void say(const std::string& line)
 {
     const std::string text = line + "\n";
@@ -126,7 +92,7 @@ bool runPlay(const PlayOptions& options, std::string& error)
     {
         StopSignals signals;
         transport.start();
-        while (!interrupted && !transport.finished() && !(output && output->lost(lost)))
+        while (!StopSignals::raised() && !transport.finished() && !(output && output->lost(lost)))
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
         transport.stop();
     }

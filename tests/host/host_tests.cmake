@@ -14,6 +14,7 @@ if(NOT WIN32)
   find_package(PkgConfig REQUIRED)
   pkg_check_modules(HOST_TEST_SOUND REQUIRED IMPORTED_TARGET jack alsa)
   target_link_libraries(host_tests PRIVATE PkgConfig::HOST_TEST_SOUND)
+  target_sources(host_tests PRIVATE ${CMAKE_SOURCE_DIR}/tests/support/platform/jackrecorder_jack.cpp)
 endif()
 file(GLOB host_test_platform_sources CONFIGURE_DEPENDS ${host_test_platform_globs})
 target_sources(host_tests PRIVATE ${host_test_platform_sources}

@@ -1,22 +1,18 @@
+#include "host/paneltemplate.h"
 #include "host/projectfile.h"
 #include "host/render.h"
 #include "tests/host/window/desktop.h"
 #include "tests/lv2/lv2host.h"
 #include "tests/lv2/program.h"
 #include "tests/lv2/windowpicture.h"
-
-#include <jack/jack.h>
-#include <jack/midiport.h>
-#include <jack/transport.h>
+#include "tests/support/platform/jackrecorder.h"
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <chrono>
 #include <cmath>
 #include <filesystem>
 #include <fstream>
-#include <mutex>
 #include <regex>
 #include <sstream>
 #include <thread>
@@ -59,119 +55,72 @@ struct DemoState
     ~DemoState() { std::filesystem::remove_all(folder); }
 };
 
-// A JACK server of the test's own on the dummy backend, and a client that records MIDI with the
-// sample it came at and is the transport's timebase (4/4 at kTempo, the beat in whole 1/1920).
-class JackRig
+// A JACK server of the test's own on the dummy backend, and the test's client on it, "recorder".
+struct JackServer
+{
+    explicit JackServer(const std::string& name)
+        : log("/tmp/tremolin-" + name + "-jackd.log"),
+          jackd("jackd",
+                {"-n", name, "-d", "dummy", "-r", std::to_string(kRate), "-p", std::to_string(kPeriod)}, {},
+                log)
+    {
+    }
+    ~JackServer() { std::filesystem::remove(log); }
+    std::string log;
+    Program jackd;
+};
+
+class JackRig : private JackServer, public testjack::JackRecorder
 {
 public:
-    explicit JackRig(const std::string& name) : serverName(name)
-    {
-        server = std::make_unique<Program>("jackd",
-                                           std::vector<std::string>{"-n", name, "-d", "dummy", "-r",
-                                                                    std::to_string(kRate), "-p",
-                                                                    std::to_string(kPeriod)},
-                                           std::vector<std::pair<std::string, std::string>>{}, log());
-        for (int i = 0; i < 100 && !client; ++i)
-        {
-            jack_status_t status;
-            client = jack_client_open("recorder", jack_options_t(JackNoStartServer | JackServerName), &status,
-                                      name.c_str());
-            if (!client) std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        }
-        if (!client) return;
-        in = jack_port_register(client, "in", JACK_DEFAULT_MIDI_TYPE, JackPortIsInput, 0);
-        jack_set_process_callback(client, process, this);
-        jack_set_timebase_callback(client, 0, timebase, this);
-        jack_activate(client);
-    }
-    ~JackRig()
-    {
-        if (client)
-        {
-            jack_deactivate(client);
-            jack_client_close(client);
-        }
-        server.reset();
-        std::filesystem::remove(log());
-    }
-    bool ready() const { return client != nullptr; }
-    std::string log() const { return "/tmp/tremolin-" + serverName + "-jackd.log"; }
-
-    // Connects the port once it exists, waiting up to `seconds`.
-    bool connectFrom(const std::string& port, double seconds)
-    {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
-        while (std::chrono::steady_clock::now() < deadline)
-        {
-            // A port exists a moment before its client is active, and JACK refuses to connect it
-            // until then.
-            if (jack_port_by_name(client, port.c_str()) &&
-                jack_connect(client, port.c_str(), jack_port_name(in)) == 0)
-                return true;
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        }
-        return false;
-    }
+    explicit JackRig(const std::string& name) : JackServer(name), JackRecorder(name, "recorder") {}
+    // Rolls the transport from frame 0.
     void start()
     {
-        jack_transport_locate(client, 0);
-        jack_transport_start(client);
+        moveTo(0);
+        roll();
     }
-    void stop() { jack_transport_stop(client); }
-    std::vector<MidiEvent> events()
-    {
-        std::lock_guard<std::mutex> guard(mutex);
-        return recorded;
-    }
-    // The first sample at which the transport stood still after rolling; -1 before.
-    int64_t stoppedAt() const { return stopSample; }
-    // The sample at which the transport's frame 0 rolled.
-    int64_t startedAt() const { return startSample; }
-
-private:
-    static int process(jack_nframes_t frames, void* arg)
-    {
-        auto* self = static_cast<JackRig*>(arg);
-        const int64_t base = jack_last_frame_time(self->client);
-        jack_position_t position;
-        const bool rolling = jack_transport_query(self->client, &position) == JackTransportRolling;
-        if (rolling && self->startSample < 0) self->startSample = base - int64_t(position.frame);
-        if (!rolling && self->startSample >= 0 && self->stopSample < 0) self->stopSample = base;
-        void* buffer = jack_port_get_buffer(self->in, frames);
-        const uint32_t count = jack_midi_get_event_count(buffer);
-        std::lock_guard<std::mutex> guard(self->mutex);
-        for (uint32_t i = 0; i < count; ++i)
-        {
-            jack_midi_event_t event;
-            if (jack_midi_event_get(&event, buffer, i) == 0)
-                self->recorded.push_back(
-                    {base + event.time, std::vector<uint8_t>(event.buffer, event.buffer + event.size)});
-        }
-        return 0;
-    }
-    static void timebase(jack_transport_state_t, jack_nframes_t, jack_position_t* position, int, void*)
-    {
-        const double beats = double(position->frame) / kRate * kTempo / 60.0;
-        position->valid = jack_position_bits_t(position->valid | JackPositionBBT);
-        position->beats_per_bar = 4;
-        position->beat_type = 4;
-        position->ticks_per_beat = 1920;
-        position->beats_per_minute = kTempo;
-        position->bar = int32_t(beats / 4) + 1;
-        position->beat = int32_t(std::fmod(beats, 4.0)) + 1;
-        position->tick = int32_t((beats - std::floor(beats)) * 1920.0);
-        position->bar_start_tick = 0;
-    }
-
-    std::string serverName;
-    std::unique_ptr<Program> server;
-    jack_client_t* client = nullptr;
-    jack_port_t* in = nullptr;
-    std::mutex mutex;
-    std::vector<MidiEvent> recorded;
-    std::atomic<int64_t> startSample{-1};
-    std::atomic<int64_t> stopSample{-1};
 };
+
+// Where the module's template puts a view, relative to its panel; false if nowhere.
+bool findView(const std::vector<hostkit::PanelNode>& nodes, const std::string& name, int32_t left,
+              int32_t top, hostkit::PanelNode& found)
+{
+    for (const hostkit::PanelNode& node : nodes)
+    {
+        if (node.kind == hostkit::PanelNode::Kind::ModuleView && node.name == name)
+        {
+            found = node;
+            found.left += left;
+            found.top += top;
+            return true;
+        }
+        if (findView(node.children, name, left + node.left, top + node.top, found)) return true;
+    }
+    return false;
+}
+
+// The sequencer view's part of a picture of the whole panel; empty if the template has no view.
+desktop::Picture sequencerViewOf(const desktop::Picture& panel)
+{
+    std::ifstream in(std::string(TREMOLIN_SOURCE_DIR) + "/midiplugs/midiseq/resource/editor.xml");
+    std::stringstream text;
+    text << in.rdbuf();
+    hostkit::TemplateSet set;
+    std::string error;
+    hostkit::PanelNode view;
+    desktop::Picture part;
+    if (!hostkit::readTemplateSet(text.str(), set, error) || set.templates.empty() ||
+        !findView(set.templates.front().children, "SequencerView", 0, 0, view) || view.left < 0 ||
+        view.top < 0 || view.left + view.width > panel.width || view.top + view.height > panel.height)
+        return part;
+    part.width = view.width;
+    part.height = view.height;
+    for (int y = 0; y < view.height; ++y)
+        for (int x = 0; x < view.width; ++x)
+            part.pixels.push_back(panel.pixels[size_t((y + view.top) * panel.width + x + view.left)]);
+    return part;
+}
 
 std::string uniqueName(const char* what)
 {
@@ -209,6 +158,7 @@ TEST(Lv2JalvTest, PlaysTheDemoOnJackTransport)
     const std::string name = uniqueName("jack");
     JackRig rig(name);
     ASSERT_TRUE(rig.ready()) << "jackd did not come up on the dummy backend";
+    rig.leadTempo(kTempo);
     DemoState state;
     auto env = sanitizerEnvironment();
     env.push_back({"JACK_DEFAULT_SERVER", name});
@@ -219,9 +169,11 @@ TEST(Lv2JalvTest, PlaysTheDemoOnJackTransport)
                                                                 << jalv.output();
     rig.start();
     std::this_thread::sleep_for(std::chrono::milliseconds(1600));
-    rig.stop();
+    rig.halt();
     std::this_thread::sleep_for(std::chrono::milliseconds(400));
-    const std::vector<MidiEvent> events = rig.events();
+    std::vector<MidiEvent> events;
+    for (const testjack::Heard& h : rig.heard())
+        events.push_back({h.frame, {h.status, h.data1, h.data2}});
     EXPECT_TRUE(jalv.running()) << jalv.output();
     std::filesystem::remove(log);
 
@@ -270,8 +222,11 @@ TEST(Lv2JalvTest, ShowsTheEditorInTheHostsWindow)
                  {}, (state.folder / "snapshot.log").string());
     for (int i = 0; i < 200 && host.running(); ++i)
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    desktop::Picture expected;
-    ASSERT_TRUE(desktop::readPng(snapshot, expected)) << host.output();
+    desktop::Picture panel;
+    ASSERT_TRUE(desktop::readPng(snapshot, panel)) << host.output();
+    // The host's snapshot is the whole panel; an LV2 host shows the sequencer view alone.
+    const desktop::Picture expected = sequencerViewOf(panel);
+    ASSERT_GT(expected.width, 0) << "the module's template places no SequencerView inside its panel";
 
     auto env = sanitizerEnvironment();
     env.push_back({"JACK_DEFAULT_SERVER", name});

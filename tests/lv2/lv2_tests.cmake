@@ -39,6 +39,7 @@ tremolin_test_program(lv2_host_tests
   SOURCES ${CMAKE_CURRENT_SOURCE_DIR}/lv2/jalv_test.cpp ${CMAKE_CURRENT_SOURCE_DIR}/lv2/lv2host.cpp
           ${CMAKE_CURRENT_SOURCE_DIR}/lv2/platform/program_posix.cpp
           ${CMAKE_CURRENT_SOURCE_DIR}/lv2/platform/windowpicture_x11.cpp
+          ${CMAKE_CURRENT_SOURCE_DIR}/support/platform/jackrecorder_jack.cpp
           ${CMAKE_CURRENT_SOURCE_DIR}/host/window/platform/picture_cairo.cpp
   LIBRARIES tremolin_hostapp PkgConfig::LV2_TEST_LILV PkgConfig::LV2 PkgConfig::LV2_TEST_JACK PkgConfig::LV2_TEST_X
   PROPERTIES FIXTURES_REQUIRED toolkit_xvfb RESOURCE_LOCK toolkit_pointer ENVIRONMENT DISPLAY=:${toolkit_display})

@@ -6,17 +6,18 @@
 
 #include "host/render.h"
 #include "tests/host/host_test_support.h"
+#include "tests/support/platform/jackrecorder.h"
 
 #include <gtest/gtest.h>
-
-#include <jack/jack.h>
-#include <jack/midiport.h>
 
 #include <array>
 #include <atomic>
 #include <chrono>
 #include <functional>
 #include <thread>
+
+using testjack::Heard;
+using testjack::sounding;
 
 namespace
 {
@@ -25,93 +26,37 @@ const std::string kDemo = TREMOLIN_SOURCE_DIR "/examples/demo.tremolin";
 constexpr int kRate = 48000;
 constexpr int kPeriod = 256;
 
-void quiet(const char*) {}
-
-struct Heard
+// A JACK server of the test's own, under a name no other test run uses.
+struct JackServer
 {
-    int64_t frame;
-    uint8_t status, data1, data2;
-};
-
-// A JACK server of the test's own, under a name no other test run uses, and a client on it that
-// records what reaches its MIDI input with the frame it was due at.
-class JackRig
-{
-public:
-    explicit JackRig(const hosttest::TempFolder& folder)
-        : name("tremolin-test-" + std::to_string(std::random_device{}())), server("JACK_DEFAULT_SERVER", name)
+    JackServer(const hosttest::TempFolder& folder, std::string serverName) : name(std::move(serverName))
     {
-        jack_set_error_function(quiet);
-        jack_set_info_function(quiet);
         jackd.emplace(folder, "jackd",
                       std::vector<std::string>{"-n", name, "-d", "dummy", "-r", std::to_string(kRate), "-p",
                                                std::to_string(kPeriod)});
-        for (int tries = 0; tries < 100 && !client; ++tries)
-        {
-            jack_status_t status{};
-            client = jack_client_open("listener", JackNoStartServer, &status);
-            if (!client) std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        }
-        if (!client) return;
-        port = jack_port_register(client, "in", JACK_DEFAULT_MIDI_TYPE, JackPortIsInput, 0);
-        jack_set_process_callback(client, process, this);
-        jack_activate(client);
     }
-    ~JackRig()
+    ~JackServer()
     {
-        if (client) jack_client_close(client);
         // jackd quits cleanly on a hang-up and takes its shared memory with it; else it is killed.
-        if (jackd && jackd->hangUp()) jackd->finish(5.0);
+        if (jackd->hangUp()) jackd->finish(5.0);
     }
-
-    bool ready() const { return client && port; }
-    std::vector<Heard> heard() const
-    {
-        const size_t heardCount = count.load(std::memory_order_acquire);
-        std::vector<Heard> copy;
-        copy.reserve(heardCount);
-        for (size_t i = 0; i < heardCount; ++i)
-            copy.push_back(log[i]);
-        return copy;
-    }
-    int noteOns() const
-    {
-        int ons = 0;
-        const size_t heardCount = count.load(std::memory_order_acquire);
-        for (size_t i = 0; i < heardCount; ++i)
-            ons += (log[i].status & 0xF0) == 0x90 && log[i].data2 > 0;
-        return ons;
-    }
-    std::vector<hosttest::EnvChange> environment() const { return {{"JACK_DEFAULT_SERVER", name}}; }
-
-    jack_client_t* client = nullptr;
-
-private:
-    static int process(jack_nframes_t frames, void* self)
-    {
-        auto* rig = static_cast<JackRig*>(self);
-        void* buffer = jack_port_get_buffer(rig->port, frames);
-        const jack_nframes_t start = jack_last_frame_time(rig->client);
-        const uint32_t events = jack_midi_get_event_count(buffer);
-        for (uint32_t i = 0; i < events; ++i)
-        {
-            jack_midi_event_t event;
-            const size_t at = rig->count.load(std::memory_order_relaxed);
-            if (jack_midi_event_get(&event, buffer, i) != 0 || event.size != 3 || at >= rig->log.size())
-                continue;
-            rig->log[at] = {static_cast<int64_t>(start) + event.time, event.buffer[0], event.buffer[1],
-                            event.buffer[2]};
-            rig->count.store(at + 1, std::memory_order_release);
-        }
-        return 0;
-    }
-
     std::string name;
-    hosttest::ScopedEnvironment server; // the test's own client finds the server by it
     std::optional<hosttest::Child> jackd;
-    jack_port_t* port = nullptr;
-    std::array<Heard, 8192> log{};
-    std::atomic<size_t> count{0};
+};
+
+// The server and the test's client on it, "listener".
+class JackRig : private JackServer, public testjack::JackRecorder
+{
+public:
+    explicit JackRig(const hosttest::TempFolder& folder)
+        : JackServer(folder, "tremolin-test-" + std::to_string(std::random_device{}())),
+          JackRecorder(JackServer::name, "listener")
+    {
+    }
+    std::vector<hosttest::EnvChange> environment() const
+    {
+        return {{"JACK_DEFAULT_SERVER", JackServer::name}};
+    }
 };
 
 hostkit::RenderResult rendered(int bars)
@@ -127,18 +72,6 @@ hostkit::RenderResult rendered(int bars)
     EXPECT_TRUE(hostkit::renderProject(options, result, error)) << error;
     return result;
 }
-// The notes that sound after what was heard: note-ons less note-offs, never below 0 on the way.
-int sounding(const std::vector<Heard>& heard)
-{
-    int count = 0;
-    for (size_t i = 0; i < heard.size(); ++i)
-    {
-        count += (heard[i].status & 0xF0) == 0x90 ? 1 : ((heard[i].status & 0xF0) == 0x80 ? -1 : 0);
-        EXPECT_GE(count, 0) << "a note-off of no note at " << i;
-    }
-    return count;
-}
-
 bool waitFor(const std::function<bool()>& done)
 {
     const auto start = std::chrono::steady_clock::now();
@@ -262,8 +195,8 @@ TEST(PlayJack, FollowingTheTransportPlaysWhileItRollsFromWhereItStands)
     hosttest::TempFolder folder;
     JackRig rig(folder);
     ASSERT_TRUE(rig.ready()) << "jackd -d dummy did not start";
-    jack_transport_stop(rig.client);
-    jack_transport_locate(rig.client, 0);
+    rig.halt();
+    rig.moveTo(0);
     hosttest::Child player(folder, TREMOLIN_HOST_PROGRAM,
                            {"play", "--module", kModule, "--project", kDemo, "--settings", "settings",
                             "--jack", "--connect", "listener:in", "--follow-transport"},
@@ -273,7 +206,7 @@ TEST(PlayJack, FollowingTheTransportPlaysWhileItRollsFromWhereItStands)
     EXPECT_TRUE(rig.heard().empty()) << "nothing plays before the transport rolls";
 
     // Rolling from frame 0: the demo from its first note.
-    jack_transport_start(rig.client);
+    rig.roll();
     ASSERT_TRUE(waitFor([&] { return rig.noteOns() >= 3; })) << player.err();
     const Heard first = rig.heard().front();
     EXPECT_EQ(first.status, 0x90);
@@ -281,7 +214,7 @@ TEST(PlayJack, FollowingTheTransportPlaysWhileItRollsFromWhereItStands)
     EXPECT_EQ(first.data2, 120);
 
     // Stopped: the notes end, and nothing more comes.
-    jack_transport_stop(rig.client);
+    rig.halt();
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
     const size_t atStop = rig.heard().size();
     EXPECT_EQ(sounding(rig.heard()), 0);
@@ -290,9 +223,9 @@ TEST(PlayJack, FollowingTheTransportPlaysWhileItRollsFromWhereItStands)
 
     // Moved to tick 700 (50 frames a tick): the next step on the sixteenths' grid, at 720, is the
     // D#1 of velocity 100, twenty ticks after the transport rolls.
-    jack_transport_locate(rig.client, 700 * 50);
+    rig.moveTo(700 * 50);
     std::this_thread::sleep_for(std::chrono::milliseconds(100)); // the move is made before the start
-    jack_transport_start(rig.client);
+    rig.roll();
     ASSERT_TRUE(waitFor([&] { return rig.heard().size() > atStop + 2; })) << player.err();
     const Heard after = rig.heard()[atStop];
     EXPECT_EQ(after.status, 0x90);

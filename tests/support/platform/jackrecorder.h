@@ -55,7 +55,7 @@ private:
 
     jack_client_t* client = nullptr;
     jack_port_t* port = nullptr;
-    double tempo = 120.0;
+    std::atomic<double> tempo{120.0};
     std::array<Heard, 8192> log{};
     std::atomic<size_t> count{0};
     std::atomic<int64_t> startFrame{-1};

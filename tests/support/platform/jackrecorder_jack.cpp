@@ -43,7 +43,7 @@ JackRecorder::~JackRecorder()
 
 void JackRecorder::leadTempo(double beatsPerMinute)
 {
-    tempo = beatsPerMinute;
+    tempo.store(beatsPerMinute);
     jack_set_timebase_callback(client, 0, timebase, this);
 }
 
@@ -101,7 +101,7 @@ int JackRecorder::process(jack_nframes_t frames, void* self)
 void JackRecorder::timebase(jack_transport_state_t, jack_nframes_t, jack_position_t* position, int,
                             void* self)
 {
-    const double tempo = static_cast<JackRecorder*>(self)->tempo;
+    const double tempo = static_cast<JackRecorder*>(self)->tempo.load();
     const double beats = double(position->frame) / position->frame_rate * tempo / 60.0;
     position->valid = jack_position_bits_t(position->valid | JackPositionBBT);
     position->beats_per_bar = 4;

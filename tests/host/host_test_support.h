@@ -4,6 +4,7 @@
 // the fake modules' files.
 
 #include "host/kit/platform/hostplatform.h"
+#include "module/effectinterfaces.h"
 #include "tests/host/process.h"
 
 #include <gtest/gtest.h>
@@ -12,6 +13,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <optional>
 #include <random>
 #include <string>
@@ -99,4 +101,26 @@ inline CommandResult renderWithFake(const TempFolder& folder, std::vector<std::s
     args.insert(args.begin(), {"render", "--module", fakeModule(1), "--settings", "settings"});
     return runProgram(folder, TREMOLIN_HOST_PROGRAM, args);
 }
+// A module's controller face reduced to finding values by name: what a host's part (templates,
+// dialogs, the panel) asks of a module that the test does not load.
+class NamedValues : public IPlugController
+{
+public:
+    tresult queryInterface(const TUID, void** obj) override
+    {
+        *obj = nullptr;
+        return kNoInterface;
+    }
+    uint32_t addRef() override { return 1; }
+    uint32_t release() override { return 1; }
+    tresult findValue(const char* name, IHostValue** value) override
+    {
+        const auto found = values.find(name);
+        *value = found == values.end() ? nullptr : found->second;
+        return *value ? kResultOk : kResultFalse;
+    }
+    tresult valueChanged(IHostValue*, int32_t) override { return kResultOk; }
+
+    std::map<std::string, IHostValue*> values;
+};
 } // namespace hosttest

@@ -39,27 +39,7 @@ const char* const kTemplates =
     "  <listbox name=\"Controller2\" size=\"150,0,150,220\" title=\"Controller 2\"/>\n"
     "</template>\n";
 
-// The module's controller face, reduced to finding values by name.
-class NamedValues : public IPlugController
-{
-public:
-    tresult queryInterface(const TUID, void** obj) override
-    {
-        *obj = nullptr;
-        return kNoInterface;
-    }
-    uint32_t addRef() override { return 1; }
-    uint32_t release() override { return 1; }
-    tresult findValue(const char* name, IHostValue** value) override
-    {
-        const auto found = values.find(name);
-        *value = found == values.end() ? nullptr : found->second;
-        return *value ? kResultOk : kResultFalse;
-    }
-    tresult valueChanged(IHostValue*, int32_t) override { return kResultOk; }
-
-    std::map<std::string, IHostValue*> values;
-};
+using hosttest::NamedValues;
 
 IHostValue* makeValue(HostContext* context, const FUID& kind)
 {

@@ -18,23 +18,15 @@ using namespace hostkit;
 namespace
 {
 // A module's faces for a panel: its values by name and its resources by number.
-class FakeModule : public IPlugController, public IUIFactory2
+class FakeModule : public hosttest::NamedValues, public IUIFactory2
 {
 public:
-    tresult queryInterface(const TUID, void** obj) override
+    tresult queryInterface(const TUID id, void** obj) override
     {
-        *obj = nullptr;
-        return kNoInterface;
+        return NamedValues::queryInterface(id, obj);
     }
     uint32_t addRef() override { return 1; }
     uint32_t release() override { return 1; }
-    tresult findValue(const char* name, IHostValue** value) override
-    {
-        const auto found = values.find(name);
-        *value = found == values.end() ? nullptr : found->second;
-        return *value ? kResultOk : kResultFalse;
-    }
-    tresult valueChanged(IHostValue*, int32_t) override { return kResultOk; }
     tresult getController(int32_t, IPlugController**) override { return kNotImplemented; }
     tresult getTemplate(const char*, char*, char*, int32_t*) override { return kResultFalse; }
     tresult getResource(const char* text, void* buffer, int32_t* size) override
@@ -46,7 +38,6 @@ public:
         return kResultOk;
     }
 
-    std::map<std::string, IHostValue*> values;
     std::map<std::string, std::string> resources;
 };
 

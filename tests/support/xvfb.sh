@@ -15,7 +15,9 @@ start)
     fi
     rm -f "/tmp/.X$number-lock" "/tmp/.X11-unix/X$number"
   fi
-  Xvfb ":$number" -screen 0 1024x768x24 -nolisten tcp >"$dir/xvfb-$number.log" 2>&1 &
+  # -noreset: by default the server starts over whenever its last client leaves, which happens
+  # between two window tests, and refuses the connections that come in meanwhile.
+  Xvfb ":$number" -screen 0 1024x768x24 -nolisten tcp -noreset >"$dir/xvfb-$number.log" 2>&1 &
   echo $! >"$pidfile"
   for _ in $(seq 1 100); do
     if [ -S "/tmp/.X11-unix/X$number" ]; then exit 0; fi

@@ -90,7 +90,7 @@ public:
         {
             LilvNode* preset = lilv_new_uri(world(), "https://tremolin.invalid/lv2/tremolin#demo");
             lilv_world_load_resource(world(), preset);
-            if (LilvState* state = lilv_state_new_from_world(world(), &uridMap, preset))
+            if (auto* state = lilv_state_new_from_world(world(), &uridMap, preset))
             {
                 lilv_state_restore(state, instance, nullptr, nullptr, 0, nullptr);
                 lilv_state_free(state);

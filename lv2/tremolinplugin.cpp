@@ -45,36 +45,23 @@ template <class T> void releaseFace(T*& face)
     face = nullptr;
 }
 
+// The body of an atom as a T, if the atom is of `type` and long enough.
+template <class T> std::optional<double> bodyAs(const LV2_Atom* atom, LV2_URID type)
+{
+    if (atom->type != type || atom->size < sizeof(T)) return std::nullopt;
+    T value;
+    std::memcpy(&value, LV2_ATOM_BODY_CONST(atom), sizeof value);
+    return static_cast<double>(value);
+}
+
 // A number of any of the four numeric atom types; nothing for anything else or a short body.
 std::optional<double> numberOf(const LV2_Atom* atom, LV2_URID floatType, LV2_URID doubleType,
                                LV2_URID intType, LV2_URID longType)
 {
-    const void* body = LV2_ATOM_BODY_CONST(atom);
-    if (atom->type == floatType && atom->size >= sizeof(float))
-    {
-        float value;
-        std::memcpy(&value, body, sizeof value);
-        return value;
-    }
-    if (atom->type == doubleType && atom->size >= sizeof(double))
-    {
-        double value;
-        std::memcpy(&value, body, sizeof value);
-        return value;
-    }
-    if (atom->type == intType && atom->size >= sizeof(int32_t))
-    {
-        int32_t value;
-        std::memcpy(&value, body, sizeof value);
-        return value;
-    }
-    if (atom->type == longType && atom->size >= sizeof(int64_t))
-    {
-        int64_t value;
-        std::memcpy(&value, body, sizeof value);
-        return static_cast<double>(value);
-    }
-    return std::nullopt;
+    if (auto value = bodyAs<float>(atom, floatType)) return value;
+    if (auto value = bodyAs<double>(atom, doubleType)) return value;
+    if (auto value = bodyAs<int32_t>(atom, intType)) return value;
+    return bodyAs<int64_t>(atom, longType);
 }
 
 int32_t clampToInt(float value, int32_t low, int32_t high)

@@ -95,7 +95,7 @@ void loadDemoPreset(Lv2Host& host)
     lilv_world_load_resource(host.lilvWorld(), uri);
     LV2_URID_Map map{&host,
                      [](LV2_URID_Map_Handle h, const char* u) { return static_cast<Lv2Host*>(h)->urid(u); }};
-    LilvState* state = lilv_state_new_from_world(host.lilvWorld(), &map, uri);
+    auto* state = lilv_state_new_from_world(host.lilvWorld(), &map, uri);
     lilv_node_free(uri);
     ASSERT_NE(state, nullptr) << "the bundle has the preset";
     EXPECT_STREQ(lilv_state_get_label(state), "Demo");
